@@ -1,0 +1,378 @@
+/*
+ * qxcalc.h - public interface of the qxcalc-avx numeric library.
+ *
+ * The host keeps its signal channels in its own memory and calls one exported
+ * function at a time. Nothing here keeps global state: every function works on
+ * the buffers and records passed to it; the CHS interpolator is the only object
+ * that lives between calls, and the caller holds it through a handle.
+ *
+ * Binary interface (32-bit x86): every export is __stdcall (the callee pops its
+ * arguments), exported under its plain name; float and double results come
+ * back on the x87 stack. On x86-64 the platform's native convention is used.
+ * Records are laid out as the host's 32-bit Windows compiler lays them out:
+ * doubles aligned to 8 inside records, reserved fields present.
+ *
+ * Unless a function says otherwise it validates nothing: valid pointers,
+ * counts and alignment are the caller's duty, and a count of 0 does nothing.
+ */
+#ifndef QXCALC_H
+#define QXCALC_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if defined(__i386__) || defined(_M_IX86)
+#  if defined(_MSC_VER)
+#    define QXCALC_CALL __stdcall
+#  else
+#    define QXCALC_CALL __attribute__((__stdcall__))
+#  endif
+#else
+#  define QXCALC_CALL
+#endif
+
+#if defined(_WIN32)
+#  define QXCALC_API /* exports come from the module-definition file */
+#elif defined(QXCALC_BUILDING_LIBRARY)
+#  define QXCALC_API __attribute__((visibility("default")))
+#else
+#  define QXCALC_API
+#endif
+
+/* Doubles inside records sit on 8-byte boundaries, as on the host's compiler;
+ * the System V i386 ABI alone would place them on 4. */
+#if defined(_MSC_VER)
+#  define QXCALC_ALIGN8
+#else
+#  define QXCALC_ALIGN8 __attribute__((aligned(8)))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Status codes (returned by the CHS interpolator functions only) ------ */
+
+typedef uint32_t QxcalcStatus;
+enum {
+    StatusOk = 0,              /* the operation was carried out */
+    StatusInvalidArgument = 1, /* NULL pointer or handle, count 0, non-positive rate */
+    StatusTooManyValues = 2,   /* block longer than the ring's length minus 2 */
+    StatusStopped = 3,         /* the interpolator has been stopped */
+    StatusBadBufferSize = 4    /* ring length 0, 1 or not a power of two */
+};
+
+/* ---- Raw sample formats of the channel-scaling family -------------------- */
+
+/* The numbering is fixed and deliberately irregular. */
+typedef enum RawSampleType {
+    UInt8 = 0,  /* uint8_t  */
+    Int8 = 1,   /* int8_t   */
+    Int16 = 2,  /* int16_t  */
+    UInt16 = 3, /* uint16_t */
+    Int32 = 4,  /* int32_t  */
+    Float = 5,  /* float    */
+    Int64 = 6,  /* int64_t  */
+    Double = 7, /* double   */
+    UInt32 = 8  /* uint32_t */
+} RawSampleType;
+
+/* ---- Records that cross the boundary ------------------------------------ */
+
+/* Scaled channel values, double output: output[i] = raw[i] * scale + offset. */
+typedef struct ChannelScaleParams_double {
+    const void* rawData;       /* first raw sample, naturally aligned for sampleType */
+    double* output;            /* count doubles (32-byte aligned for _aligned_output) */
+    double scale QXCALC_ALIGN8;
+    double offset QXCALC_ALIGN8;
+    int32_t count;             /* <= 0 writes nothing */
+    uint32_t sampleType;       /* a RawSampleType code; > 8 writes nothing */
+} ChannelScaleParams_double;
+
+/* Scaled channel values, float output. */
+typedef struct ChannelScaleParams_float {
+    const void* rawData;
+    float* output;
+    float scale;
+    float offset;
+    int32_t count;
+    uint32_t sampleType;
+} ChannelScaleParams_float;
+
+/* One block of an IIR section: history (x, y) beside coefficients (b, a). */
+typedef struct IIRBlock {
+    double x QXCALC_ALIGN8; /* input history (section input after its gain) */
+    double y QXCALC_ALIGN8; /* output history */
+    double b QXCALC_ALIGN8; /* feed-forward coefficient for x */
+    double a QXCALC_ALIGN8; /* feedback coefficient for y (subtracted) */
+} IIRBlock;
+
+/* An IIR cascade owned by the caller. */
+typedef struct IIRFilter {
+    int32_t coefficientCount; /* 3 selects the second-order path */
+    int32_t sectionCount;     /* < 1 passes the sample through */
+    int32_t order;            /* blocks per section - 1, general path only */
+    uint32_t reserved;        /* not read */
+    const double* gains;      /* one input gain per section */
+    IIRBlock* sections;       /* blocks end to end, oldest first; 16-byte aligned */
+} IIRFilter;
+
+/* Pink-noise filter state: eight doubles, zero at the start of a stream. */
+typedef struct PinkFilterState {
+    double s[8] QXCALC_ALIGN8;
+} PinkFilterState;
+
+/* One XY-graph mapping call: where the points come from, the axes, the plot
+ * rectangle and where the pixels go. */
+typedef struct GraphMapping {
+    uint32_t pointsLeft;    /* >= 4: four points are mapped, else one */
+    uint8_t reserved;       /* not read */
+    uint8_t xSource;        /* 0 index, 1 xValues[index], 2 index*xScale+xOffset */
+    uint8_t ySampleType;    /* 5: ySamples is float, else double */
+    uint8_t xAxisType;      /* 0 linear, 1 logarithmic, else unnormalised */
+    uint32_t index;         /* index of the current point */
+    uint8_t yAxisType;      /* 0 linear, 1 logarithmic, else decibels */
+    uint8_t reservedBytes[3];
+    int16_t left;
+    int16_t top;
+    int16_t right;
+    int16_t bottom;
+    double xScale QXCALC_ALIGN8;
+    double xOffset QXCALC_ALIGN8;
+    double yScale QXCALC_ALIGN8;
+    double yOffset QXCALC_ALIGN8;
+    double xMax QXCALC_ALIGN8;
+    double xMin QXCALC_ALIGN8;
+    double xLogMax QXCALC_ALIGN8;
+    double xLogMin QXCALC_ALIGN8;
+    double yMax QXCALC_ALIGN8;
+    double yMin QXCALC_ALIGN8;
+    double yLogMax QXCALC_ALIGN8;
+    double yLogMin QXCALC_ALIGN8;
+    double dbReference QXCALC_ALIGN8;
+    const void* ySamples;   /* float or double, per ySampleType */
+    const double* xValues;
+    int32_t* xPixelsOut;    /* receives 1 or 4 values */
+    int32_t* yPixelsOut;    /* receives 1 or 4 values */
+    uint32_t* pointCountOut;
+} GraphMapping;
+
+/* Creation parameters of a CHS interpolator. */
+typedef struct CHSInterpolatorParams {
+    double inputRate QXCALC_ALIGN8;  /* > 0 */
+    double outputRate QXCALC_ALIGN8; /* > 0 */
+    uint32_t bufferLength;           /* input ring length: a power of two, at least 2 */
+} CHSInterpolatorParams;
+
+/* Opaque interpolator object, created and released by the library. */
+typedef struct CHSInterpolator CHSInterpolator;
+
+/* ---- Version -------------------------------------------------------------- */
+
+/* Writes 1 and 44 to major and minor, and (level > 9) as 0/1 to levelAboveNine. */
+QXCALC_API void QXCALC_CALL qxcalcGetVersion(int32_t* major, int32_t* minor, int32_t level,
+                                             int32_t* levelAboveNine);
+
+/* ---- Minimum and maximum ---------------------------------------------------
+ * Block minimum and maximum. count >= 1 is required. Floating-point NaN and
+ * signed-zero results follow the library's comparison order: on blocks of at
+ * least one vector a NaN as the last sample is reported; shorter blocks skip
+ * NaNs after the first sample. */
+QXCALC_API void QXCALC_CALL qxcalcGetMinMax_double(const double* samples, uint32_t count,
+                                                   double* minValue, double* maxValue);
+QXCALC_API void QXCALC_CALL qxcalcGetMinMax_float(const float* samples, uint32_t count,
+                                                  float* minValue, float* maxValue);
+QXCALC_API void QXCALC_CALL qxcalcGetMinMax_int16_t(const int16_t* samples, uint32_t count,
+                                                    int16_t* minValue, int16_t* maxValue);
+QXCALC_API void QXCALC_CALL qxcalcGetMinMax_int32_t(const int32_t* samples, uint32_t count,
+                                                    int32_t* minValue, int32_t* maxValue);
+
+/* ---- Minimum, maximum, sum and sum of squares -------------------------------
+ * Adds the block's samples to *sum and (sample + offset)^2 to *sumOfSquares.
+ * Blocks shorter than one vector continue *minValue and *maxValue as running
+ * values; longer blocks overwrite them with this block's own. count 0 writes
+ * nothing. */
+QXCALC_API void QXCALC_CALL qxcalcGetMinMaxAveRMS_double(const double* samples, uint32_t count,
+                                                         double* minValue, double* maxValue,
+                                                         double* sum, double* sumOfSquares,
+                                                         double offset);
+QXCALC_API void QXCALC_CALL qxcalcGetMinMaxAveRMS_float(const float* samples, uint32_t count,
+                                                        float* minValue, float* maxValue,
+                                                        double* sum, double* sumOfSquares,
+                                                        float offset);
+QXCALC_API void QXCALC_CALL qxcalcGetMinMaxAveRMS_int16_t(const int16_t* samples, uint32_t count,
+                                                          int16_t* minValue, int16_t* maxValue,
+                                                          double* sum, double* sumOfSquares,
+                                                          float offset);
+QXCALC_API void QXCALC_CALL qxcalcGetMinMaxAveRMS_int32_t(const int32_t* samples, uint32_t count,
+                                                          int32_t* minValue, int32_t* maxValue,
+                                                          double* sum, double* sumOfSquares,
+                                                          double offset);
+
+/* Copies source[i * stride] to destination[i] for i < count and gathers the
+ * same statistics. With count >= 8 a stride <= 1 reads the source contiguously.
+ * Source span and destination must be valid and must not overlap. */
+QXCALC_API void QXCALC_CALL qxcalcMoveAndGetMinMaxAveRMS_int16_t(
+    int16_t* destination, const int16_t* source, uint32_t count, int16_t* minValue,
+    int16_t* maxValue, double* sum, double* sumOfSquares, float offset, int32_t stride);
+
+/* ---- Vector scaling and integer width conversion ------------------------- */
+
+/* destination[i] = source[i], sign-extended. */
+QXCALC_API void QXCALC_CALL qxcalcConvertInt16ToInt32(const int16_t* source, int32_t* destination,
+                                                      uint32_t count);
+/* destination[i] = low 16 bits of source[i] (wraps, never saturates). */
+QXCALC_API void QXCALC_CALL qxcalcConvertInt32ToInt16(const int32_t* source, int16_t* destination,
+                                                      uint32_t count);
+/* samples[i] = factor * samples[i], in place. */
+QXCALC_API void QXCALC_CALL qxcalcMultiplyVectorByScalar_double(double* samples, uint32_t count,
+                                                                double factor);
+QXCALC_API void QXCALC_CALL qxcalcMultiplyVectorByScalar_float(float* samples, uint32_t count,
+                                                               float factor);
+
+/* ---- Scaled channel values ------------------------------------------------
+ * output[i] = converted rawData[i] * scale + offset for i < count. The
+ * _aligned_output forms require a 32-byte aligned output and give the same
+ * values. In place only when the raw format equals the output type. */
+QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_double(
+    const ChannelScaleParams_double* params);
+QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_double_aligned_output(
+    const ChannelScaleParams_double* params);
+QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_float(
+    const ChannelScaleParams_float* params);
+QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_float_aligned_output(
+    const ChannelScaleParams_float* params);
+
+/* ---- IIR, pink-noise and FIR filters --------------------------------------- */
+
+/* Pushes one sample through the caller's IIR cascade; returns the output. */
+QXCALC_API float QXCALC_CALL qxcalcIIRFilter_float(IIRFilter* filter, float sample);
+QXCALC_API double QXCALC_CALL qxcalcIIRFilter_double(IIRFilter* filter, double sample);
+/* Turns one white-noise sample into one pink-noise sample. */
+QXCALC_API double QXCALC_CALL qxcalcPinkFilter_double(PinkFilterState* state, double white);
+/* Dot product of taps with the ring history, oldest sample at history[position]. */
+QXCALC_API float QXCALC_CALL qxcalcFIRFilter_float(const float* history, const float* taps,
+                                                   int32_t length, int32_t position);
+
+/* ---- Cycle analysis ------------------------------------------------------- */
+
+/* Centred moving average of odd window over input (must not overlap output). */
+QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double(const double* input, double* output,
+                                                         uint16_t windowLength, uint32_t count);
+QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double_scalar(const double* input,
+                                                                double* output,
+                                                                uint16_t windowLength,
+                                                                uint32_t count);
+/* Sum of samples[-i] * coefficients[i * stride], samples pointing at the newest. */
+QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_float(const float* samples, uint32_t count,
+                                                      const float* coefficients, uint32_t stride);
+QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, uint32_t count,
+                                                        const float* coefficients,
+                                                        uint32_t stride);
+QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int32_t(const int32_t* samples, uint32_t count,
+                                                        const float* coefficients,
+                                                        uint32_t stride);
+/* Pressure-volume axis positions: rounded, clamped to [minValue, maxValue]. */
+QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, int32_t* output,
+                                           int32_t minValue, int32_t maxValue, float scale,
+                                           float offset);
+QXCALC_API void QXCALC_CALL qxcalcCAPV_log(const float* input, uint32_t count, int32_t* output,
+                                           int32_t minValue, int32_t maxValue, float scale,
+                                           float offset, float reference);
+/* channel[i - first] = raw[i] - offset; reports the largest value and its index. */
+QXCALC_API void QXCALC_CALL qxCalcCACopyRawDataToChannels(const float* raw, float* channel,
+                                                          uint32_t first, uint32_t end,
+                                                          float offset, float* maxValue,
+                                                          uint32_t* maxIndex);
+/* Narrows count doubles to floats in the same (16-byte aligned) buffer. */
+QXCALC_API void QXCALC_CALL qxcalcCADoubleArrToSingleArrInplace(void* data, uint32_t count);
+/* Widens count floats to doubles in the same (32-byte aligned) buffer; returns data. */
+QXCALC_API double* QXCALC_CALL qxcalcCASingleArrToDoubleArrInplace(void* data, uint32_t count);
+/* Folds a new cycle into the cumulative mean curve; reports its largest value. */
+QXCALC_API void QXCALC_CALL qxCalcCAOverallPressure(const float* cycleValues,
+                                                    float* overallValues, uint32_t first,
+                                                    uint32_t end, uint64_t cycleCount,
+                                                    float* maxValue);
+/* Folds a new cycle into the windowed running sum and mean. */
+QXCALC_API void QXCALC_CALL qxCalcCARunningVal(const float* cycleValues,
+                                               const float* leavingValues, float* sumValues,
+                                               float* meanValues, uint32_t first, uint32_t last,
+                                               uint64_t cycleCount, uint32_t windowCycles);
+
+/* ---- Graph and cursor helpers --------------------------------------------- */
+
+/* Maps one or four data points to pixels; results go through the record's pointers. */
+QXCALC_API void QXCALC_CALL qxcalcGetXYValGraph2D(const GraphMapping* mapping);
+/* Finds the drawn pixel nearest to the cursor; outputs keep their values if none. */
+QXCALC_API void QXCALC_CALL qxcalcFindCursorXY(const uint32_t* pixels, int32_t stride,
+                                               int32_t width, int32_t height, int32_t cursorX,
+                                               int32_t cursorY, uint32_t* foundColour,
+                                               int32_t* foundX, int32_t* foundY,
+                                               uint32_t ignoredColour);
+
+/* ---- CHS interpolator: streaming sample-rate conversion -------------------
+ * Create, then InterpolateValues any number of times, then optionally Stop,
+ * then Reset (a new stream) or Destroy.
+ * Output pointers handed out refer to the interpolator's own buffer and stay
+ * valid until the next call on it. A failing call changes nothing. */
+
+/* Creates an interpolator. Needs positive rates and a power-of-two ring of at
+ * least 2 samples (a one-slot ring cannot interpolate: StatusBadBufferSize). */
+QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Create(
+    CHSInterpolator** handleOut, const CHSInterpolatorParams* params);
+/* Releases the interpolator and its buffers. */
+QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Destroy(CHSInterpolator* handle);
+/* Feeds count samples (at most ring length - 2); returns the outputs now computable. */
+QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_InterpolateValues(
+    CHSInterpolator* handle, const float* samples, uint32_t count, float** outputOut,
+    uint32_t* outputCountOut);
+/* Starts a new stream with the same rates and buffers. */
+QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Reset(CHSInterpolator* handle);
+/* Ends the stream, delivering the outputs up to the last sample. */
+QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Stop(CHSInterpolator* handle,
+                                                              float** outputOut,
+                                                              uint32_t* outputCountOut);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+/* ---- The 32-bit record layout, pinned ------------------------------------- */
+#if UINTPTR_MAX == 0xFFFFFFFFu
+#  if defined(__cplusplus)
+#    define QXCALC_LAYOUT(cond) static_assert(cond, #cond)
+#  else
+#    define QXCALC_LAYOUT(cond) _Static_assert(cond, #cond)
+#  endif
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, scale) == 8);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, offset) == 16);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, count) == 24);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, sampleType) == 28);
+QXCALC_LAYOUT(sizeof(ChannelScaleParams_double) == 32);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, scale) == 8);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, sampleType) == 20);
+QXCALC_LAYOUT(sizeof(ChannelScaleParams_float) == 24);
+QXCALC_LAYOUT(sizeof(IIRBlock) == 32);
+QXCALC_LAYOUT(offsetof(IIRFilter, reserved) == 12);
+QXCALC_LAYOUT(offsetof(IIRFilter, gains) == 16);
+QXCALC_LAYOUT(offsetof(IIRFilter, sections) == 20);
+QXCALC_LAYOUT(sizeof(IIRFilter) == 24);
+QXCALC_LAYOUT(sizeof(PinkFilterState) == 64);
+QXCALC_LAYOUT(offsetof(GraphMapping, xSource) == 5);
+QXCALC_LAYOUT(offsetof(GraphMapping, xAxisType) == 7);
+QXCALC_LAYOUT(offsetof(GraphMapping, index) == 8);
+QXCALC_LAYOUT(offsetof(GraphMapping, yAxisType) == 12);
+QXCALC_LAYOUT(offsetof(GraphMapping, left) == 16);
+QXCALC_LAYOUT(offsetof(GraphMapping, bottom) == 22);
+QXCALC_LAYOUT(offsetof(GraphMapping, xScale) == 24);
+QXCALC_LAYOUT(offsetof(GraphMapping, dbReference) == 120);
+QXCALC_LAYOUT(offsetof(GraphMapping, ySamples) == 128);
+QXCALC_LAYOUT(offsetof(GraphMapping, pointCountOut) == 144);
+QXCALC_LAYOUT(sizeof(GraphMapping) == 152);
+QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, outputRate) == 8);
+QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, bufferLength) == 16);
+QXCALC_LAYOUT(sizeof(CHSInterpolatorParams) == 24);
+#  undef QXCALC_LAYOUT
+#endif
+
+#endif /* QXCALC_H */

@@ -1,0 +1,66 @@
+// Bit-level helpers: results are compared bit for bit, and special values are
+// built from bit patterns (a float returned through x87 would lose a
+// signalling NaN's payload).
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <type_traits>
+#include <vector>
+
+namespace qxtest {
+
+template <class T>
+using BitsOf = std::conditional_t<sizeof(T) == 8, uint64_t,
+                                  std::conditional_t<sizeof(T) == 4, uint32_t, uint16_t>>;
+
+template <class T>
+BitsOf<T> bitsOf(T v)
+{
+    return std::bit_cast<BitsOf<T>>(v);
+}
+
+inline float floatFromBits(uint32_t b) { return std::bit_cast<float>(b); }
+inline double doubleFromBits(uint64_t b) { return std::bit_cast<double>(b); }
+
+// Quiet NaNs with distinct payloads, so that which operand survives shows.
+template <class T>
+T nanWithPayload(unsigned payload)
+{
+    if constexpr (sizeof(T) == 4) return floatFromBits(0x7FC00000u | (payload & 0x3FFFFF));
+    else return doubleFromBits(0x7FF8000000000000ull | payload);
+}
+
+// Random samples. Plain: finite floats within +-1e6, integers within
+// +-30000 (so the type's extremes can serve as poison). With specials:
+// floats sprinkled with NaNs of varying payload and sign, infinities and
+// zeros of both signs; integers over their full range.
+template <class T>
+std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
+{
+    std::mt19937 rng(seed);
+    std::vector<T> v(n);
+    for (std::size_t i = 0; i < n; ++i) {
+        if constexpr (std::is_floating_point_v<T>) {
+            v[i] = static_cast<T>(std::uniform_real_distribution<double>(-1e6, 1e6)(rng));
+            if (specials && rng() % 16 == 0) {
+                switch (rng() % 6) {
+                case 0: v[i] = nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1)); break;
+                case 1: v[i] = -nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1)); break;
+                case 2: v[i] = T(0); break;
+                case 3: v[i] = -T(0); break;
+                case 4: v[i] = std::numeric_limits<T>::infinity(); break;
+                default: v[i] = -std::numeric_limits<T>::infinity(); break;
+                }
+            }
+        } else {
+            v[i] = specials ? static_cast<T>(rng()) : static_cast<T>(static_cast<int>(rng() % 60001) - 30000);
+        }
+    }
+    return v;
+}
+
+}  // namespace qxtest
