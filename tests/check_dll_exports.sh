@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Reads the DLL's export and import tables and checks the binary interface a
+# host links against: plain (undecorated) names, every name declared in the
+# public header, ordinal base 1 and ordinals 1..N in ascending byte order of
+# the names, all 41 exports once every family is built, and imports from
+# Windows system DLLs only.
+# Usage: check_dll_exports.sh OBJDUMP DLL HEADER
+set -euo pipefail
+objdump=$1 dll=$2 header=$3
+export LC_ALL=C
+fail=0
+complain() { echo "FAIL: $*"; fail=1; }
+
+table=$("$objdump" -p "$dll")
+
+base=$(sed -n 's/^Ordinal Base[[:space:]]*\([0-9][0-9]*\).*/\1/p' <<<"$table")
+[ "$base" = 1 ] || complain "ordinal base is '$base', not 1"
+
+# "[   k] name" rows of the name pointer table: k is the ordinal minus the base.
+rows=$(sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p' <<<"$table" | sed -n 's/^[[:space:]]*\[ *\([0-9]*\)\] \(.*\)$/\1 \2/p')
+[ -n "$rows" ] || complain "no exported names found"
+names=$(cut -d' ' -f2 <<<"$rows")
+declared=$(grep -o 'QXCALC_CALL q[xX][cC]alc[A-Za-z0-9_]*' "$header" | cut -d' ' -f2 | sort -u)
+
+grep -q '@' <<<"$names" && complain "decorated export names: $(grep '@' <<<"$names" | tr '\n' ' ')"
+[ "$names" = "$(sort <<<"$names")" ] || complain "export names are not in ascending byte order"
+expected=1
+while read -r index name; do
+    ordinal=$((index + ${base:-0}))
+    [ "$ordinal" = "$expected" ] || complain "$name has ordinal $ordinal, expected $expected"
+    grep -qx "$name" <<<"$declared" || complain "$name is exported but not declared in the header"
+    expected=$((expected + 1))
+done <<<"$rows"
+exported=$(wc -l <<<"$names")
+declaredCount=$(wc -l <<<"$declared")
+[ "$declaredCount" = 41 ] || complain "the header declares $declaredCount exports, not 41"
+echo "exports: $exported of $declaredCount declared"
+
+system_dll='^(kernel32|user32|advapi32|ntdll|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]*)\.dll$'
+while read -r imported; do
+    [ -z "$imported" ] && continue
+    if grep -qiE "$system_dll" <<<"$imported"; then echo "imports: $imported"
+    else complain "imports non-system DLL $imported"; fi
+done <<<"$(sed -n 's/^[[:space:]]*DLL Name: //p' <<<"$table")"
+
+exit $fail
