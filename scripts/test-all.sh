@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Builds all three targets (Linux x86-64, Linux i386 __stdcall, Windows
+# 32-bit DLL) and runs every test: the GoogleTest suites on both Linux
+# targets, the instruction-set checks, and the DLL's export/import tables.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 \
+    binutils-mingw-w64-i686 libgtest-dev valgrind
+status=0 passed=0 failed=0
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+for preset in linux-x64 linux-i386 win32-dll; do
+    echo "=== $preset"
+    cmake --preset "$preset" -DQXCALC_BUILD_TESTS=ON >/dev/null
+    cmake --build --preset "$preset" -j"$(nproc)"
+    ctest --preset "$preset" -j"$(nproc)" 2>&1 | tee "$log" || status=1
+    summary=$(sed -n 's/.*tests passed, \([0-9]*\) tests failed out of \([0-9]*\).*/\1 \2/p' "$log")
+    [ -n "$summary" ] || { status=1; continue; }
+    read -r bad total <<<"$summary"
+    passed=$((passed + total - bad)) failed=$((failed + bad))
+done
+echo "all targets: $passed passed, $failed failed"
+[ "$failed" -eq 0 ] || status=1
+exit $status
