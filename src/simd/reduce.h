@@ -7,6 +7,7 @@
 #pragma once
 
 #include "simd/lanes.h"
+#include "simd/ordered.h"
 
 namespace qx::simd {
 
@@ -41,7 +42,7 @@ QX_INLINE T reduceMaxHalving(typename Lanes<T>::Vec v)
 // ((s0 + s2) + (s1 + s3)) of four double lanes.
 QX_INLINE double sumLanesHalving(__m256d v)
 {
-    return reduceHalving<Lanes<double>>(v, [](__m256d a, __m256d b) { return _mm256_add_pd(a, b); });
+    return reduceHalving<Lanes<double>>(v, [](__m256d a, __m256d b) { return addInOrder(a, b); });
 }
 
 }  // namespace qx::simd
