@@ -20,6 +20,17 @@ T laneMax(T a, T b)
     return a > b ? a : b;
 }
 
+// a + b as an x86 add computes it: when both operands are NaN the first
+// one's payload survives (quieted); written out so that the compiler cannot
+// reorder the operands of the model.
+template <class T>
+T addX86(T a, T b)
+{
+    if (a != a) return a + T(0);  // quiets a signalling NaN, keeps the payload
+    if (b != b) return b + T(0);
+    return a + b;
+}
+
 // Elements of p before the first Alignment-byte boundary at or after p.
 template <std::size_t Alignment, class T>
 uint32_t peelOf(const T* p)
