@@ -1,0 +1,132 @@
+// qxcalcMoveAndGetMinMaxAveRMS_int16_t: copies sample i = source[i * stride]
+// to destination[i] for i < count and, in the same pass, gathers the
+// statistics of qxcalcGetMinMaxAveRMS_int16_t. count 0 touches nothing.
+//
+// Three paths:
+// - one at a time (count < 8): the stride applies exactly (0 repeats the
+//   first sample, a negative stride walks backwards); running min/max;
+// - contiguous (count >= 8, stride <= 1): the source is read as if stride
+//   were 1; aligned source vectors, unaligned destination stores; the
+//   incoming min/max are ignored, as in the plain statistics;
+// - strided (count >= 8, stride >= 2): eight samples gathered per vector and
+//   stored aligned to the destination; the incoming min/max take part.
+
+#include <cstddef>
+
+#include "qxcalc.h"
+#include "stats/minmax.h"
+#include "stats/sums.h"
+
+namespace qx::stats {
+namespace {
+
+using L16 = simd::Lanes<int16_t>;
+
+struct MoveStats {
+    int16_t* minValue;
+    int16_t* maxValue;
+    RunningSums sums;
+    float offset;
+};
+
+// Copies and adds samples one at a time, continuing the running min/max.
+void moveOneByOne(int16_t* destination, const int16_t* source, uint32_t count, std::ptrdiff_t stride,
+                  MoveStats& stats)
+{
+    int16_t lo = *stats.minValue, hi = *stats.maxValue;
+    for (uint32_t i = 0; i < count; ++i) {
+        const int16_t x = source[static_cast<std::ptrdiff_t>(i) * stride];
+        destination[i] = x;
+        foldRunning(x, lo, hi);
+        stats.sums.add(x, offsetSample(x, stats.offset));
+    }
+    *stats.minValue = lo;
+    *stats.maxValue = hi;
+}
+
+// Copies and adds samples one at a time without touching min/max (they are
+// covered by the overlapping head and tail vectors).
+void moveSumsOnly(int16_t* destination, const int16_t* source, uint32_t count, RunningSums& sums, float offset)
+{
+    for (uint32_t i = 0; i < count; ++i) {
+        destination[i] = source[i];
+        sums.add(source[i], offsetSample(source[i], offset));
+    }
+}
+
+void moveContiguous(int16_t* destination, const int16_t* source, uint32_t count, MoveStats& stats)
+{
+    auto minMax = MinMaxVectors<int16_t>::seededWith(L16::loadu(source));
+    SumLanes lanes;
+    const __m256d offsets = _mm256_set1_pd(stats.offset);
+    const auto body = simd::alignedBody<L16::alignment, L16::width>(source, count);
+
+    moveSumsOnly(destination, source, body.peel, stats.sums, stats.offset);
+    int16_t* out = destination + body.peel;
+    simd::forEachInOrder<4>(body.vectors, [&](uint32_t k) {
+        const __m128i v = L16::load(body.first + k * L16::width);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k * L16::width), v);
+        minMax.fold(v);
+        lanes.add(simd::widenInt16x8(v), offsets);
+    });
+    lanes.addTo(stats.sums);
+    minMax.fold(L16::loadu(source + count - L16::width));
+    const uint32_t done = body.peel + body.vectors * L16::width;
+    moveSumsOnly(destination + done, source + done, count - done, stats.sums, stats.offset);
+    minMax.store(stats.minValue, stats.maxValue);
+}
+
+QX_INLINE __m128i gatherEight(const int16_t* p, std::ptrdiff_t stride)
+{
+    __m128i v = _mm_cvtsi32_si128(static_cast<uint16_t>(p[0]));
+    v = _mm_insert_epi16(v, p[stride], 1);
+    v = _mm_insert_epi16(v, p[2 * stride], 2);
+    v = _mm_insert_epi16(v, p[3 * stride], 3);
+    v = _mm_insert_epi16(v, p[4 * stride], 4);
+    v = _mm_insert_epi16(v, p[5 * stride], 5);
+    v = _mm_insert_epi16(v, p[6 * stride], 6);
+    return _mm_insert_epi16(v, p[7 * stride], 7);
+}
+
+void moveStrided(int16_t* destination, const int16_t* source, uint32_t count, std::ptrdiff_t stride,
+                 MoveStats& stats)
+{
+    uint32_t head = simd::countBeforeBoundary<L16::alignment>(destination);
+    if (head > count) head = count;
+    moveOneByOne(destination, source, head, stride, stats);
+
+    auto minMax = MinMaxVectors<int16_t>{_mm_set1_epi16(*stats.minValue), _mm_set1_epi16(*stats.maxValue)};
+    SumLanes lanes;
+    const __m256d offsets = _mm256_set1_pd(stats.offset);
+    const uint32_t groups = (count - head) / L16::width;
+    simd::forEachInOrder<2>(groups, [&](uint32_t k) {
+        const uint32_t i = head + k * L16::width;
+        const __m128i v = gatherEight(source + static_cast<std::ptrdiff_t>(i) * stride, stride);
+        _mm_store_si128(reinterpret_cast<__m128i*>(destination + i), v);
+        minMax.fold(v);
+        lanes.add(simd::widenInt16x8(v), offsets);
+    });
+    lanes.addTo(stats.sums);
+    minMax.store(stats.minValue, stats.maxValue);
+
+    const uint32_t done = head + groups * L16::width;
+    moveOneByOne(destination + done, source + static_cast<std::ptrdiff_t>(done) * stride, count - done, stride, stats);
+}
+
+}  // namespace
+}  // namespace qx::stats
+
+extern "C" void QXCALC_CALL qxcalcMoveAndGetMinMaxAveRMS_int16_t(int16_t* destination, const int16_t* source,
+                                                                 uint32_t count, int16_t* minValue,
+                                                                 int16_t* maxValue, double* sum,
+                                                                 double* sumOfSquares, float offset,
+                                                                 int32_t stride)
+{
+    using namespace qx::stats;
+    if (count == 0) return;
+    MoveStats stats{minValue, maxValue, RunningSums{sum, sumOfSquares}, offset};
+    if (count < L16::width) moveOneByOne(destination, source, count, stride, stats);
+    else if (stride <= 1) moveContiguous(destination, source, count, stats);
+    else moveStrided(destination, source, count, stride, stats);
+    stats.sums.store();
+}
