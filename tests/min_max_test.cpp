@@ -17,23 +17,13 @@ using namespace qxtest;
 namespace {
 
 template <class T>
-struct MinMaxExport;
-template <>
-struct MinMaxExport<float> {
-    static void call(const float* p, uint32_t n, float* lo, float* hi) { qxcalcGetMinMax_float(p, n, lo, hi); }
-};
-template <>
-struct MinMaxExport<double> {
-    static void call(const double* p, uint32_t n, double* lo, double* hi) { qxcalcGetMinMax_double(p, n, lo, hi); }
-};
-template <>
-struct MinMaxExport<int16_t> {
-    static void call(const int16_t* p, uint32_t n, int16_t* lo, int16_t* hi) { qxcalcGetMinMax_int16_t(p, n, lo, hi); }
-};
-template <>
-struct MinMaxExport<int32_t> {
-    static void call(const int32_t* p, uint32_t n, int32_t* lo, int32_t* hi) { qxcalcGetMinMax_int32_t(p, n, lo, hi); }
-};
+void callMinMax(const T* p, uint32_t n, T* lo, T* hi)
+{
+    if constexpr (std::is_same_v<T, float>) qxcalcGetMinMax_float(p, n, lo, hi);
+    else if constexpr (std::is_same_v<T, double>) qxcalcGetMinMax_double(p, n, lo, hi);
+    else if constexpr (std::is_same_v<T, int16_t>) qxcalcGetMinMax_int16_t(p, n, lo, hi);
+    else qxcalcGetMinMax_int32_t(p, n, lo, hi);
+}
 
 template <class T>
 MinMax<T> expectedMinMax(const T* p, uint32_t n)
@@ -57,10 +47,10 @@ T highPoison()
 }
 
 template <class T>
-MinMax<T> callMinMax(const std::vector<T>& values)
+MinMax<T> minMaxOf(const std::vector<T>& values)
 {
     MinMax<T> r{};
-    MinMaxExport<T>::call(values.data(), static_cast<uint32_t>(values.size()), &r.lo, &r.hi);
+    callMinMax(values.data(), static_cast<uint32_t>(values.size()), &r.lo, &r.hi);
     return r;
 }
 
@@ -86,7 +76,7 @@ TYPED_TEST(GetMinMaxTest, EveryCountAndStartMatchesTheModelWithoutStrayAccess)
                     std::memcpy(block, source.data(), n * sizeof(T));
                     arena.poisonAround(block, n * sizeof(T), lowPoison<T>(), highPoison<T>());
                     MinMax<T> got{};
-                    const bool clean = runWithoutFault([&] { MinMaxExport<T>::call(block, n, &got.lo, &got.hi); });
+                    const bool clean = runWithoutFault([&] { callMinMax(block, n, &got.lo, &got.hi); });
                     const MinMax<T> want = expectedMinMax(block, n);
                     if (!clean || !arena.poisonIntact() || bitsOf(got.lo) != bitsOf(want.lo) ||
                         bitsOf(got.hi) != bitsOf(want.hi)) {
@@ -103,7 +93,7 @@ TYPED_TEST(GetMinMaxTest, EveryCountAndStartMatchesTheModelWithoutStrayAccess)
 TYPED_TEST(GetMinMaxTest, SingleSampleIsBothResults)
 {
     using T = TypeParam;
-    const MinMax<T> r = callMinMax(std::vector<T>{T(-7)});
+    const MinMax<T> r = minMaxOf(std::vector<T>{T(-7)});
     EXPECT_EQ(r.lo, T(-7));
     EXPECT_EQ(r.hi, T(-7));
 }
@@ -117,7 +107,7 @@ TYPED_TEST(GetMinMaxTest, TypeExtremesAreReportedExactlyOnBothPaths)
             std::vector<T> v(n, T(1));
             v[at] = hi;
             v[n - 1 - at] = lo;
-            const MinMax<T> r = callMinMax(v);
+            const MinMax<T> r = minMaxOf(v);
             EXPECT_EQ(r.lo, lo) << "count " << n;
             EXPECT_EQ(r.hi, hi) << "count " << n;
         }
@@ -136,12 +126,12 @@ TYPED_TEST(GetMinMaxFloatTest, ShortBlockKeepsLeadingNaNAndSkipsLaterOnes)
     for (uint32_t n = 2; n < StatsGeometry<T>::lanes; ++n) {
         std::vector<T> v(n, T(3));
         v[0] = nan;
-        MinMax<T> r = callMinMax(v);
+        MinMax<T> r = minMaxOf(v);
         EXPECT_EQ(bitsOf(r.lo), bitsOf(nan)) << n;
         EXPECT_EQ(bitsOf(r.hi), bitsOf(nan)) << n;
         v[0] = T(3);
         v[n - 1] = nan;
-        r = callMinMax(v);
+        r = minMaxOf(v);
         EXPECT_EQ(r.lo, T(3)) << n;
         EXPECT_EQ(r.hi, T(3)) << n;
     }
@@ -156,7 +146,7 @@ TYPED_TEST(GetMinMaxFloatTest, VectorPathReportsNaNExactlyWhenLastSampleIsNaN)
         for (uint32_t i = 0; i < n; ++i) v[i] = T(i % 5);
         v[n - 1] = nanWithPayload<T>(9);
         MinMax<T> r{};
-        MinMaxExport<T>::call(v, n, &r.lo, &r.hi);
+        callMinMax(v, n, &r.lo, &r.hi);
         EXPECT_EQ(bitsOf(r.lo), bitsOf(v[n - 1])) << n;
         EXPECT_EQ(bitsOf(r.hi), bitsOf(v[n - 1])) << n;
     }
@@ -171,7 +161,7 @@ TYPED_TEST(GetMinMaxFloatTest, VectorPathNaNDropsEarlierValuesOfItsLane)
     v[0] = T(-100);  // lane 0, replaced by the NaN below and then by v[L + 0] again
     v[L] = nanWithPayload<T>(1);
     MinMax<T> r{};
-    MinMaxExport<T>::call(v, 2 * L, &r.lo, &r.hi);
+    callMinMax(v, 2 * L, &r.lo, &r.hi);
     EXPECT_EQ(r.lo, T(1));
     EXPECT_EQ(r.hi, T(3));
 }
@@ -181,17 +171,17 @@ TYPED_TEST(GetMinMaxFloatTest, SignedZeroTiesFollowThePath)
     using T = TypeParam;
     constexpr uint32_t L = StatsGeometry<T>::lanes;
     // One at a time: the earlier zero stays.
-    MinMax<T> r = callMinMax(std::vector<T>{T(0), -T(0)});
+    MinMax<T> r = minMaxOf(std::vector<T>{T(0), -T(0)});
     EXPECT_FALSE(std::signbit(r.lo));
     EXPECT_FALSE(std::signbit(r.hi));
     // Vector lanes: the later zero wins a tie.
     alignas(32) T v[2 * L];
     for (uint32_t i = 0; i < 2 * L; ++i) v[i] = i < L ? T(0) : -T(0);
-    MinMaxExport<T>::call(v, 2 * L, &r.lo, &r.hi);
+    callMinMax(v, 2 * L, &r.lo, &r.hi);
     EXPECT_TRUE(std::signbit(r.lo));
     EXPECT_TRUE(std::signbit(r.hi));
     for (uint32_t i = 0; i < 2 * L; ++i) v[i] = i < L ? -T(0) : T(0);
-    MinMaxExport<T>::call(v, 2 * L, &r.lo, &r.hi);
+    callMinMax(v, 2 * L, &r.lo, &r.hi);
     EXPECT_FALSE(std::signbit(r.lo));
     EXPECT_FALSE(std::signbit(r.hi));
 }

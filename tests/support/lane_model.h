@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace qxtest {
 
@@ -51,28 +52,12 @@ T reduceHalving(const T* lanes, unsigned width, Op op)
     return v[0];
 }
 
-// Per-type vector geometry of the statistics family.
+// Per-type vector geometry of the statistics family: 256-bit floating-point
+// vectors, 128-bit integer vectors, each aligned to its own width.
 template <class T>
-struct StatsGeometry;
-template <>
-struct StatsGeometry<float> {
-    static constexpr unsigned lanes = 8;
-    static constexpr std::size_t alignment = 32;
-};
-template <>
-struct StatsGeometry<double> {
-    static constexpr unsigned lanes = 4;
-    static constexpr std::size_t alignment = 32;
-};
-template <>
-struct StatsGeometry<int16_t> {
-    static constexpr unsigned lanes = 8;
-    static constexpr std::size_t alignment = 16;
-};
-template <>
-struct StatsGeometry<int32_t> {
-    static constexpr unsigned lanes = 4;
-    static constexpr std::size_t alignment = 16;
+struct StatsGeometry {
+    static constexpr std::size_t alignment = std::is_floating_point_v<T> ? 32 : 16;
+    static constexpr unsigned lanes = alignment / sizeof(T);
 };
 
 template <class T>
