@@ -311,24 +311,35 @@ QXCALC_API void QXCALC_CALL qxcalcFindCursorXY(const uint32_t* pixels, int32_t s
                                                uint32_t ignoredColour);
 
 /* ---- CHS interpolator: streaming sample-rate conversion -------------------
- * Create, then InterpolateValues any number of times, then optionally Stop,
- * then Reset (a new stream) or Destroy.
+ * Converts a float signal from inputRate to outputRate by Catmull-Rom cubic
+ * interpolation; output sample j lies at input position j * inputRate /
+ * outputRate. Input goes into a power-of-two ring, so streams may be of any
+ * length. Create, then InterpolateValues any number of times, then optionally
+ * Stop, then Reset (a new stream) or Destroy.
  * Output pointers handed out refer to the interpolator's own buffer and stay
- * valid until the next call on it. A failing call changes nothing. */
+ * valid until the next call on it. A failing call changes nothing, neither the
+ * interpolator nor the caller's outputs. One thread at a time per object. */
 
-/* Creates an interpolator. Needs positive rates and a power-of-two ring of at
- * least 2 samples (a one-slot ring cannot interpolate: StatusBadBufferSize). */
+/* Creates an interpolator. Needs params, positive rates (tested as 0 >= rate,
+ * so a NaN rate passes) and a power-of-two ring of at least 2 samples (a
+ * one-slot ring cannot interpolate: StatusBadBufferSize). handleOut must be
+ * valid; it is written only on success. */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Create(
     CHSInterpolator** handleOut, const CHSInterpolatorParams* params);
-/* Releases the interpolator and its buffers. */
+/* Releases the interpolator and its buffers, in either state. */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Destroy(CHSInterpolator* handle);
-/* Feeds count samples (at most ring length - 2); returns the outputs now computable. */
+/* Feeds count samples (1 to ring length - 2; a 2-slot ring takes none) and
+ * returns every output now computable (up to about the second-newest
+ * sample; none until two samples have been fed). Checks in order: count 0 or
+ * NULL handle (1), count too large (2), stopped (3). */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_InterpolateValues(
     CHSInterpolator* handle, const float* samples, uint32_t count, float** outputOut,
     uint32_t* outputCountOut);
-/* Starts a new stream with the same rates and buffers. */
+/* Starts a new stream with the same rates and buffers, from either state. */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Reset(CHSInterpolator* handle);
-/* Ends the stream, delivering the outputs up to the last sample. */
+/* Ends the stream: repeats the newest sample once and returns the outputs up
+ * to the real last sample. Only once per stream (then 3). A 2-slot ring is
+ * only marked stopped; its outputs are not written. */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Stop(CHSInterpolator* handle,
                                                               float** outputOut,
                                                               uint32_t* outputCountOut);

@@ -1,0 +1,137 @@
+// The CHS interpolator's step routine: every output sample that the input
+// written so far allows, by Catmull-Rom cubic interpolation over the ring.
+//
+// With W samples written and P outputs delivered, the outputs P .. E - 1 are
+// computed, E = (W - 2) * ratio + 1 truncated: output j is due once its
+// position j / ratio lies less than one output step beyond sample W - 2. With
+// ratios of at least 1 every position then stays within the written samples;
+// below 1 the last positions of a call may pass the newest sample, and their
+// later points come from slots not yet written in this pass of the ring.
+//
+// Each output interpolates between p1 = ring[idx] and p2 (the next slot) with
+// the neighbours p0 and p3 shaping the tangents. The arithmetic order is fixed
+// and every multiply and add is rounded on its own, so results are bit-exact.
+// The additions keep their written operand order: where both operands are NaN
+// the first one's payload comes out.
+
+#include "chs/interpolator.h"
+#include "simd/ordered.h"
+
+namespace qx::chs {
+namespace {
+
+using simd::addInOrder;
+
+struct Points {
+    float p0, p1, p2, p3;
+};
+
+struct Coefficients {
+    float c0, c1, c2, c3;
+};
+
+// Catmull-Rom weights, one row per coefficient, applied to p0, p1, p2, p3.
+// The curve passes through p1 at t = 0 and p2 at t = 1 with tangents
+// (p2 - p0) / 2 and (p3 - p1) / 2; the common factor 1/2 is applied last.
+constexpr float kWeights[4][4] = {
+    {0.0f, 2.0f, 0.0f, 0.0f},
+    {-1.0f, 0.0f, 1.0f, 0.0f},
+    {2.0f, -5.0f, 4.0f, -1.0f},
+    {-1.0f, 3.0f, -3.0f, 1.0f},
+};
+
+// The four points of the segment starting at ring slot idx. Inside the ring
+// they are four neighbouring slots; at the seam (idx 0 and the last two
+// slots) the neighbours wrap round the ring's ends, and the points gathered
+// there are kept in edgePoints.
+Points gatherPoints(CHSInterpolator& s, uint32_t idx)
+{
+    const float* ring = s.ring;
+    const uint32_t length = s.ringLength;
+    if (idx != 0 && idx < length - 2) return {ring[idx - 1], ring[idx], ring[idx + 1], ring[idx + 2]};
+
+    Points p;
+    if (idx == 0) {
+        // Until the ring has been filled once in this stream its last slot
+        // holds no sample of the stream: the first sample stands in for its
+        // own predecessor.
+        p.p0 = s.samplesWritten >= length ? ring[length - 1] : ring[0];
+    } else {
+        p.p0 = ring[idx - 1];
+    }
+    p.p1 = ring[idx];
+    p.p2 = idx < length - 1 ? ring[idx + 1] : ring[0];
+    p.p3 = idx < length - 2 ? ring[idx + 2] : ring[idx + 2 - length];
+    s.edgePoints[0] = p.p0;
+    s.edgePoints[1] = p.p1;
+    s.edgePoints[2] = p.p2;
+    s.edgePoints[3] = p.p3;
+    return p;
+}
+
+// Every weight is applied, zeros included: a non-finite point makes every
+// coefficient non-finite instead of dropping out of some. (The compiler may
+// apply a weight of -1 as a negation, which differs only in a NaN's sign; a
+// NaN point then also makes c0 NaN through its zero weights, and c0 comes
+// first in every sum of the output, so the output is the same.)
+float weightedSum(const float (&w)[4], const Points& p)
+{
+    return addInOrder(addInOrder(w[0] * p.p0, w[1] * p.p1), addInOrder(w[2] * p.p2, w[3] * p.p3));
+}
+
+Coefficients coefficientsOf(const Points& p)
+{
+    return {weightedSum(kWeights[0], p), weightedSum(kWeights[1], p), weightedSum(kWeights[2], p),
+            weightedSum(kWeights[3], p)};
+}
+
+float evaluate(const Coefficients& c, float t)
+{
+    const float t2 = t * t;
+    const float t3 = t * t2;
+    return 0.5f * addInOrder(addInOrder(c.c0 * 1.0f, c.c1 * t), addInOrder(c.c2 * t2, c.c3 * t3));
+}
+
+// Number of outputs due now. Fewer than two samples place no output yet
+// (W - 2 would wrap round).
+uint32_t outputsDue(const CHSInterpolator& s)
+{
+    const uint64_t written = s.samplesWritten;
+    if (written < kSamplesBeforeFirstOutput) return 0;
+    const double end = counterToDouble(written - 2) * s.ratio + 1.0;
+    return lowWordOfTruncation(end) - static_cast<uint32_t>(s.samplesProduced);
+}
+
+}  // namespace
+
+void produceOutputs(CHSInterpolator& s, float** outputOut, uint32_t* outputCountOut)
+{
+    const uint32_t count = outputsDue(s);
+    const double ratio = s.ratio;
+    const double start = counterToDouble(s.samplesProduced) / ratio;
+    const uint32_t mask = static_cast<uint32_t>(s.indexMask);
+
+    // Consecutive outputs in the same segment share its coefficients; the
+    // first output of each call gathers afresh.
+    bool haveSegment = false;
+    uint32_t segment = 0;
+    Coefficients c{};
+    for (uint32_t i = 0; i < count; ++i) {
+        // Two separate quotients, then their sum: the position of output
+        // P + i, formed exactly so and not as (P + i) / ratio.
+        const double pos = static_cast<double>(i) / ratio + start;
+        const uint32_t idx = lowWordOfTruncation(pos) & mask;
+        const float t = static_cast<float>(pos - static_cast<double>(truncateToInt32(pos)));
+        if (!haveSegment || idx != segment) {
+            c = coefficientsOf(gatherPoints(s, idx));
+            segment = idx;
+            haveSegment = true;
+        }
+        s.output[i] = evaluate(c, t);
+    }
+    s.samplesProduced += count;
+    *outputOut = s.output;
+    *outputCountOut = count;
+}
+
+}  // namespace qx::chs
