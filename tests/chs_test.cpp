@@ -1,0 +1,341 @@
+// qxcalcCHSInterpolator_*: random call sequences against a model of the
+// interpolator written from its contract, compared status by status and bit by
+// bit; ratio 1 as the identity; the status paths; Reset keeping the ring.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "qxcalc.h"
+#include "support/bits.h"
+
+using namespace qxtest;
+
+namespace {
+
+// x86 arithmetic meeting NaNs: the first NaN operand comes out, quieted.
+// Spelled out, so that the model depends neither on the compiler keeping the
+// operand order nor on it keeping a multiplication by -1 (a negation would
+// flip a NaN's sign).
+float quieted(float x) { return floatFromBits(bitsOf(x) | 0x00400000u); }
+float add(float a, float b) { return std::isnan(a) ? quieted(a) : std::isnan(b) ? quieted(b) : a + b; }
+float mul(float a, float b) { return std::isnan(a) ? quieted(a) : std::isnan(b) ? quieted(b) : a * b; }
+
+constexpr float kWeights[4][4] = {{0, 2, 0, 0}, {-1, 0, 1, 0}, {2, -5, 4, -1}, {-1, 3, -3, 1}};
+
+class Model {
+public:
+    Model(double inputRate, double outputRate, uint32_t length)
+        : ratio_(outputRate / inputRate), length_(length), ring_(length, 0.0f)  // the library's ring starts zeroed
+    {
+    }
+    QxcalcStatus feed(const float* samples, uint32_t count, std::vector<float>& out)
+    {
+        if (count == 0) return StatusInvalidArgument;
+        if (count > length_ - 2) return StatusTooManyValues;
+        if (stopped_) return StatusStopped;
+        for (uint32_t k = 0; k < count; ++k) ring_[written_++ % length_] = samples[k];
+        step(out);
+        return StatusOk;
+    }
+    // `delivered` tells whether the outputs were written at all.
+    QxcalcStatus stop(std::vector<float>& out, bool& delivered)
+    {
+        if (stopped_) return StatusStopped;
+        stopped_ = true;
+        delivered = length_ > 2;
+        if (!delivered) return StatusOk;
+        ring_[written_ % length_] = ring_[(written_ - 1) % length_];
+        ++written_;
+        step(out);
+        return StatusOk;
+    }
+    void reset() { written_ = produced_ = 0, stopped_ = false; }
+    bool stopped() const { return stopped_; }
+
+private:
+    void step(std::vector<float>& out)
+    {
+        out.clear();
+        if (written_ < 2) return;
+        const double end = static_cast<double>(written_ - 2) * ratio_ + 1.0;
+        const uint32_t n = static_cast<uint32_t>(static_cast<uint64_t>(end)) - static_cast<uint32_t>(produced_);
+        const uint32_t capacity = static_cast<uint32_t>(static_cast<int32_t>((length_ + 1.0) * ratio_));
+        EXPECT_LE(n, capacity + 1u) << "the output buffer holds capacity + 1";
+        const double start = static_cast<double>(produced_) / ratio_;
+        int64_t segment = -1;
+        float c[4] = {};
+        for (uint32_t i = 0; i < n; ++i) {
+            const double pos = static_cast<double>(i) / ratio_ + start;
+            const uint32_t idx = static_cast<uint32_t>(static_cast<uint64_t>(pos)) & (length_ - 1);
+            const float t = static_cast<float>(pos - static_cast<double>(static_cast<int32_t>(pos)));
+            if (idx != segment) {
+                segment = idx;
+                const float p0 = idx != 0 ? ring_[idx - 1] : written_ >= length_ ? ring_[length_ - 1] : ring_[0];
+                const float p[4] = {p0, ring_[idx], ring_[(idx + 1) % length_], ring_[(idx + 2) % length_]};
+                for (int k = 0; k < 4; ++k) {
+                    const float* w = kWeights[k];
+                    c[k] = add(add(mul(w[0], p[0]), mul(w[1], p[1])), add(mul(w[2], p[2]), mul(w[3], p[3])));
+                }
+            }
+            const float t2 = mul(t, t), t3 = mul(t, t2);
+            out.push_back(mul(0.5f, add(add(mul(c[0], 1.0f), mul(c[1], t)), add(mul(c[2], t2), mul(c[3], t3)))));
+        }
+        produced_ += n;
+    }
+
+    double ratio_;
+    uint32_t length_;
+    std::vector<float> ring_;
+    uint64_t written_ = 0, produced_ = 0;
+    bool stopped_ = false;
+};
+
+using Handle = std::unique_ptr<CHSInterpolator, decltype(&qxcalcCHSInterpolator_Destroy)>;
+
+Handle create(double inputRate, double outputRate, uint32_t length)
+{
+    const CHSInterpolatorParams params{inputRate, outputRate, length};
+    CHSInterpolator* h = nullptr;
+    EXPECT_EQ(qxcalcCHSInterpolator_Create(&h, &params), StatusOk);
+    return Handle(h, &qxcalcCHSInterpolator_Destroy);
+}
+
+// Outputs preset to sentinels, so that untouched outputs show.
+float gSentinelSample;
+constexpr uint32_t kSentinelCount = 0xA5A5A5A5u;
+struct Result {
+    QxcalcStatus status;
+    float* output = &gSentinelSample;
+    uint32_t count = kSentinelCount;
+    bool untouched() const { return output == &gSentinelSample && count == kSentinelCount; }
+};
+Result feed(CHSInterpolator* h, const float* samples, uint32_t count)
+{
+    Result r;
+    r.status = qxcalcCHSInterpolator_InterpolateValues(h, samples, count, &r.output, &r.count);
+    return r;
+}
+Result stop(CHSInterpolator* h)
+{
+    Result r;
+    r.status = qxcalcCHSInterpolator_Stop(h, &r.output, &r.count);
+    return r;
+}
+
+::testing::AssertionResult agrees(const Result& got, QxcalcStatus status, bool delivered,
+                                  const std::vector<float>& want, float*& buffer)
+{
+    if (got.status != status) return ::testing::AssertionFailure() << "status " << got.status << ", want " << status;
+    if (status != StatusOk || !delivered)
+        return got.untouched() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "outputs written";
+    if (buffer == nullptr) buffer = got.output;
+    if (got.output != buffer) return ::testing::AssertionFailure() << "output buffer moved";
+    if (got.count != want.size()) return ::testing::AssertionFailure() << "count " << got.count << ", want " << want.size();
+    for (uint32_t i = 0; i < got.count; ++i)
+        if (bitsOf(got.output[i]) != bitsOf(want[i]))
+            return ::testing::AssertionFailure() << "output " << i << " of " << got.count << ": " << std::hex
+                                                 << bitsOf(got.output[i]) << ", want " << bitsOf(want[i]);
+    return ::testing::AssertionSuccess();
+}
+
+// Plain samples within +-1e6; wild streams also carry NaNs (quiet and
+// signalling, either sign), infinities, signed zeros and arbitrary bit
+// patterns. Handed over as bits: a float returned through x87 on i386 would
+// arrive with its signalling NaNs quieted.
+uint32_t randomSampleBits(std::mt19937& rng, bool wild)
+{
+    if (wild && rng() % 8 == 0) {
+        static constexpr uint32_t kSpecials[] = {0x7FC00001, 0xFFC00123, 0x7F800005, 0xFF800777,
+                                                 0x7F800000, 0xFF800000, 0x00000000, 0x80000000};
+        return rng() % 2 ? static_cast<uint32_t>(rng()) : kSpecials[rng() % 8];
+    }
+    return bitsOf(static_cast<float>(std::uniform_real_distribution<double>(-1e6, 1e6)(rng)));
+}
+
+struct Plan {
+    double inputRate, outputRate;
+    uint32_t length;
+    uint64_t samples;  // fed in total
+    bool controls;     // interleave Stop, Reset and refused calls
+    bool wild;
+};
+
+void runAgainstModel(const Plan& plan, uint32_t seed)
+{
+    SCOPED_TRACE(::testing::Message() << "rates " << plan.inputRate << " -> " << plan.outputRate << ", ring "
+                                      << plan.length << ", seed " << seed);
+    Handle lib = create(plan.inputRate, plan.outputRate, plan.length);
+    Model model(plan.inputRate, plan.outputRate, plan.length);
+    std::mt19937 rng(seed);
+    std::vector<float> block(plan.length), want;
+    float* buffer = nullptr;
+    const uint32_t maxBlock = plan.length - 2;
+    bool delivered = true;
+    for (uint64_t fed = 0, call = 0; fed < plan.samples; ++call) {
+        const uint32_t roll = rng() % 1000;
+        if (plan.controls && roll < 4) {
+            const Result got = stop(lib.get());
+            const QxcalcStatus status = model.stop(want, delivered);
+            ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "Stop, call " << call;
+        } else if (plan.controls && (roll < 8 || (model.stopped() && roll < 300))) {
+            ASSERT_EQ(qxcalcCHSInterpolator_Reset(lib.get()), StatusOk);
+            model.reset();
+        } else {
+            uint32_t count = 1 + rng() % (rng() % 4 ? maxBlock : std::min(maxBlock, 3u));
+            if (plan.controls && roll < 12) count = roll % 2 ? 0 : maxBlock + 1 + rng() % 3;
+            for (uint32_t k = 0; k < count && k < block.size(); ++k) block[k] = std::bit_cast<float>(randomSampleBits(rng, plan.wild));
+            const Result got = feed(lib.get(), block.data(), count);
+            const QxcalcStatus status = model.feed(block.data(), count, want);
+            ASSERT_TRUE(agrees(got, status, true, want, buffer)) << "InterpolateValues(" << count << "), call " << call;
+            if (status == StatusOk) fed += count;
+        }
+    }
+    const Result got = stop(lib.get());
+    const QxcalcStatus status = model.stop(want, delivered);
+    ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "final Stop";
+}
+
+// Output/input rate pairs: identity, exact fractions and awkward ratios.
+constexpr std::array<std::array<double, 2>, 12> kRates{{{1, 1}, {7, 1}, {10, 3}, {10, 27}, {1, 11}, {3, 1},
+                                                        {1, 3}, {5, 1}, {2, 1}, {1, 2}, {48000, 44100},
+                                                        {44100, 48000}}};
+
+TEST(CHSInterpolator, RandomCallSequencesMatchTheModel)
+{
+    uint32_t seed = 1;
+    for (const auto& [in, out] : kRates)
+        for (const uint32_t length : {4u, 8u, 16u, 64u, 1024u})
+            for (const bool wild : {false, true}) runAgainstModel({in, out, length, 60000, true, wild}, seed++);
+    std::mt19937 rng(99);  // random rate pairs within 1/7 .. 11
+    for (int k = 0; k < 100; ++k) {
+        const double in = 1000 + rng() % 100000, out = in * (1.0 / 7 + (rng() % 10000) * (11 - 1.0 / 7) / 10000);
+        runAgainstModel({in, std::round(out), 4u << rng() % 8, 20000, true, k % 2 == 1}, seed++);
+    }
+}
+
+TEST(CHSInterpolator, MillionSampleStreamsWrapTheRingManyTimes)
+{
+    uint32_t seed = 500;
+    for (const auto& [in, out] : {std::array<double, 2>{10, 27}, {7, 1}, {1, 11}, {44100, 48000}})
+        runAgainstModel({in, out, 65536, 1100000, false, false}, seed++);
+    runAgainstModel({10, 3, 4, 1000000, false, true}, seed++);
+}
+
+TEST(CHSInterpolator, RatioOneReproducesTheInputAndStopDeliversTheNewestSample)
+{
+    Handle h = create(48000, 48000, 16);
+    std::mt19937 rng(3);
+    for (int stream = 0; stream < 3; ++stream, qxcalcCHSInterpolator_Reset(h.get())) {
+        std::vector<float> input, output;
+        while (input.size() < 500) {
+            std::vector<float> block(1 + rng() % 14);
+            for (float& x : block) x = std::bit_cast<float>(randomSampleBits(rng, false));
+            input.insert(input.end(), block.begin(), block.end());
+            const Result r = feed(h.get(), block.data(), static_cast<uint32_t>(block.size()));
+            ASSERT_EQ(r.status, StatusOk);
+            output.insert(output.end(), r.output, r.output + r.count);
+            ASSERT_EQ(output.size(), input.size() - 1);  // the newest sample waits
+        }
+        const Result last = stop(h.get());
+        ASSERT_EQ(last.status, StatusOk);
+        ASSERT_EQ(last.count, 1u);
+        output.push_back(last.output[0]);
+        EXPECT_EQ(0, std::memcmp(output.data(), input.data(), input.size() * sizeof(float)));
+    }
+}
+
+TEST(CHSInterpolator, CreateChecksParamsRatesAndRingLengthInOrder)
+{
+    CHSInterpolator* const sentinel = reinterpret_cast<CHSInterpolator*>(&gSentinelSample);
+    const auto status = [&](double in, double out, uint32_t length) {
+        const CHSInterpolatorParams params{in, out, length};
+        CHSInterpolator* h = sentinel;
+        const QxcalcStatus s = qxcalcCHSInterpolator_Create(&h, &params);
+        if (s != StatusOk) EXPECT_EQ(h, sentinel) << "handle written on failure";
+        else EXPECT_EQ(qxcalcCHSInterpolator_Destroy(h), StatusOk);
+        return s;
+    };
+    CHSInterpolator* h = sentinel;
+    EXPECT_EQ(qxcalcCHSInterpolator_Create(&h, nullptr), StatusInvalidArgument);
+    EXPECT_EQ(h, sentinel);
+    const double nan = doubleFromBits(0x7FF8000000000001ull), inf = doubleFromBits(0x7FF0000000000000ull);
+    for (const double bad : {0.0, -0.0, -1.0, -inf}) {
+        EXPECT_EQ(status(bad, 1, 8), StatusInvalidArgument) << bad;
+        EXPECT_EQ(status(1, bad, 8), StatusInvalidArgument) << bad;
+        EXPECT_EQ(status(bad, 1, 3), StatusInvalidArgument) << "rates are checked before the length";
+    }
+    EXPECT_EQ(status(nan, 1, 8), StatusOk);
+    EXPECT_EQ(status(1, nan, 8), StatusOk);
+    for (const uint32_t bad : {0u, 1u, 3u, 6u, 0x80000001u, 0xFFFFFFFFu}) EXPECT_EQ(status(1, 1, bad), StatusBadBufferSize) << bad;
+    EXPECT_EQ(status(1, 1, 2), StatusOk);
+}
+
+TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
+{
+    const float samples[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+    EXPECT_EQ(qxcalcCHSInterpolator_Destroy(nullptr), StatusInvalidArgument);
+    EXPECT_EQ(qxcalcCHSInterpolator_Reset(nullptr), StatusInvalidArgument);
+    EXPECT_EQ(stop(nullptr).status, StatusInvalidArgument);
+    EXPECT_EQ(feed(nullptr, samples, 1).status, StatusInvalidArgument);
+
+    Handle h = create(1, 1, 8);
+    for (const auto& [count, status] : {std::pair{0u, StatusInvalidArgument}, {7u, StatusTooManyValues}}) {
+        const Result r = feed(h.get(), samples, count);
+        EXPECT_EQ(r.status, status);
+        EXPECT_TRUE(r.untouched());
+    }
+    Result r = feed(h.get(), samples, 1);  // a single sample places no output yet
+    EXPECT_EQ(r.status, StatusOk);
+    EXPECT_EQ(r.count, 0u);
+    EXPECT_NE(r.output, nullptr);
+    EXPECT_EQ(feed(h.get(), samples + 1, 6).count, 6u);  // ring length - 2 is accepted
+    EXPECT_EQ(stop(h.get()).count, 1u);
+    for (const Result& refused : {feed(h.get(), samples, 1), stop(h.get())}) {
+        EXPECT_EQ(refused.status, StatusStopped);
+        EXPECT_TRUE(refused.untouched());
+    }
+    EXPECT_EQ(feed(h.get(), samples, 7).status, StatusTooManyValues) << "length is checked before the state";
+    EXPECT_EQ(feed(h.get(), samples, 0).status, StatusInvalidArgument);
+    EXPECT_EQ(qxcalcCHSInterpolator_Reset(h.get()), StatusOk);
+    EXPECT_EQ(stop(h.get()).count, 0u) << "Stop with nothing written delivers nothing";
+
+    Handle two = create(1, 1, 2);  // takes no block at all; Stop only marks it stopped
+    EXPECT_EQ(feed(two.get(), samples, 1).status, StatusTooManyValues);
+    r = stop(two.get());
+    EXPECT_EQ(r.status, StatusOk);
+    EXPECT_TRUE(r.untouched());
+    EXPECT_EQ(stop(two.get()).status, StatusStopped);
+}
+
+TEST(CHSInterpolator, ResetKeepsTheRingButNeverUsesItsStaleSamplesAsPredecessors)
+{
+    constexpr uint32_t kLength = 16;
+    std::vector<float> stale(kLength - 2, 1e30f), fresh{3, -1, 4, 1, -5, 9, 2, -6};
+    Handle used = create(1, 2, kLength), unused = create(1, 2, kLength);
+    for (int k = 0; k < 3; ++k) ASSERT_EQ(feed(used.get(), stale.data(), kLength - 2).status, StatusOk);
+    ASSERT_EQ(qxcalcCHSInterpolator_Reset(used.get()), StatusOk);
+    const Result got = feed(used.get(), fresh.data(), 8), want = feed(unused.get(), fresh.data(), 8);
+    ASSERT_EQ(got.count, 13u);
+    ASSERT_EQ(want.count, 13u);
+    // The last output's segment reaches the slot after the newest sample.
+    EXPECT_EQ(0, std::memcmp(got.output, want.output, 12 * sizeof(float)));
+}
+
+// Run under valgrind by ctest: create, feed, stop, reset and destroy cycles,
+// including ratios whose calls fill the output buffer's extra element.
+TEST(CHSInterpolatorLifecycle, ShortStreamsOverEveryKindOfRing)
+{
+    uint32_t seed = 900;
+    for (const auto& [in, out, length] : {std::array<double, 3>{7, 1, 4}, {5, 1, 8}, {10, 3, 4}, {1, 11, 4},
+                                          {10, 27, 64}, {44100, 48000, 256}})
+        runAgainstModel({in, out, static_cast<uint32_t>(length), 400, true, true}, seed++);
+}
+
+}  // namespace
