@@ -29,13 +29,11 @@ void statsOneByOne(const T* samples, uint32_t count, T* minValue, T* maxValue, d
                    double* sumOfSquares, Offset offset)
 {
     T lo = *minValue, hi = *maxValue;
-    RunningSums sums{sum, sumOfSquares};
-    for (uint32_t i = 0; i < count; ++i) {
-        foldRunning(samples[i], lo, hi);
-        sums.add(static_cast<double>(samples[i]), offsetSample(samples[i], offset));
-    }
+    for (uint32_t i = 0; i < count; ++i) foldRunning(samples[i], lo, hi);
     *minValue = lo;
     *maxValue = hi;
+    RunningSums sums{sum, sumOfSquares};
+    addSamplesOneByOne(sums, samples, count, offset);
     sums.store();
 }
 
