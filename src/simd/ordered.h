@@ -9,46 +9,19 @@
 
 namespace qx::simd {
 
-QX_INLINE double addInOrder(double a, double b)
-{
-    double r;
-    asm("vaddsd %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));
-    return r;
-}
+#define QX_ADD_IN_ORDER(Type, mnemonic)                                      \
+    QX_INLINE Type addInOrder(Type a, Type b)                                \
+    {                                                                        \
+        Type r;                                                              \
+        asm(mnemonic " %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));              \
+        return r;                                                            \
+    }
 
-QX_INLINE float addInOrder(float a, float b)
-{
-    float r;
-    asm("vaddss %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));
-    return r;
-}
+QX_ADD_IN_ORDER(float, "vaddss")
+QX_ADD_IN_ORDER(double, "vaddsd")
+QX_ADD_IN_ORDER(__m256, "vaddps")
+QX_ADD_IN_ORDER(__m256d, "vaddpd")
 
-QX_INLINE __m256d addInOrder(__m256d a, __m256d b)
-{
-    __m256d r;
-    asm("vaddpd %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));
-    return r;
-}
-
-QX_INLINE __m256 addInOrder(__m256 a, __m256 b)
-{
-    __m256 r;
-    asm("vaddps %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));
-    return r;
-}
-
-QX_INLINE __m256d mulInOrder(__m256d a, __m256d b)
-{
-    __m256d r;
-    asm("vmulpd %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));
-    return r;
-}
-
-QX_INLINE __m256 mulInOrder(__m256 a, __m256 b)
-{
-    __m256 r;
-    asm("vmulps %2, %1, %0" : "=x"(r) : "x"(a), "x"(b));
-    return r;
-}
+#undef QX_ADD_IN_ORDER
 
 }  // namespace qx::simd
