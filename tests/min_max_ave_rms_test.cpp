@@ -54,27 +54,20 @@ TYPED_TEST(StatsTest, EveryCountAndStartMatchesTheModelWithoutStrayAccess)
     const auto offset = static_cast<OffsetOf<T>>(-0.3);  // not exact in binary: shows the offset's precision
     GuardedArena arena(kMaxCount * sizeof(T) + 64);
     for (const bool specials : {false, true}) {
-        const std::vector<T> source = randomSamples<T>(kMaxCount, specials ? 11 : 5, specials);
-        for (uint32_t n = 1; n <= kMaxCount; ++n) {
-            for (unsigned start = 0; start < kStarts; ++start) {
-                // The start fence is exercised over the short and medium counts.
-                for (const bool atEnd : {true, false}) {
-                    if (!atEnd && (specials || n > 1500)) continue;
-                    T* block = atEnd ? arena.placeAgainstEnd<T>(n, start * sizeof(T))
-                                     : arena.placeAgainstStart<T>(start * sizeof(T));
-                    std::memcpy(block, source.data(), n * sizeof(T));
-                    arena.poisonAround(block, n * sizeof(T), std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max());
-                    const StatsState<T> incoming{T(-5), T(5), 1234.5, 0.25};
-                    StatsState<T> got = incoming, want = incoming;
-                    const bool clean = runWithoutFault([&] { callStats(block, n, got, offset); });
-                    modelMinMaxAveRms(block, n, offset, want);
-                    if (!clean || !arena.poisonIntact() || !sameState(got, want))
-                        FAIL() << "count " << n << ", start offset " << start << (atEnd ? ", end" : ", start")
-                               << " fence, specials " << specials << (clean ? "" : ": faulted") << "; "
-                               << describe(got, want).message();
-                }
-            }
-        }
+        // The leading fence is exercised over the short and medium counts.
+        sweepFencedBlocks(arena, randomSamples<T>(kMaxCount, specials ? 11 : 5, specials), kMaxCount, kStarts,
+                          specials ? 0 : 1500, std::numeric_limits<T>::lowest(), std::numeric_limits<T>::max(),
+                          [&](T* block, uint32_t n, unsigned start, bool atEnd) {
+                              const StatsState<T> incoming{T(-5), T(5), 1234.5, 0.25};
+                              StatsState<T> got = incoming, want = incoming;
+                              const bool clean = runWithoutFault([&] { callStats(block, n, got, offset); });
+                              modelMinMaxAveRms(block, n, offset, want);
+                              if (clean && arena.poisonIntact() && sameState(got, want)) return true;
+                              ADD_FAILURE() << "count " << n << ", start offset " << start
+                                            << (atEnd ? ", end" : ", start") << " fence, specials " << specials
+                                            << (clean ? "" : ": faulted") << "; " << describe(got, want).message();
+                              return false;
+                          });
     }
 }
 

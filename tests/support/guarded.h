@@ -85,4 +85,27 @@ private:
 // is caught and turned into a result instead of ending the test program).
 bool runWithoutFault(const std::function<void()>& call);
 
+// Copies the first n samples of `source`, for n = 1 .. maxCount, to every
+// start offset 0 .. starts-1 (in elements past a 32-byte boundary): against
+// the trailing fence, and for n <= leadingUpTo also against the leading one;
+// poisons around each copy with a, b, a, ... and calls
+// visit(block, n, start, againstEnd), which returns false to end the sweep.
+template <class T, class Visit>
+void sweepFencedBlocks(GuardedArena& arena, const std::vector<T>& source, uint32_t maxCount, unsigned starts,
+                       uint32_t leadingUpTo, T a, T b, Visit visit)
+{
+    for (uint32_t n = 1; n <= maxCount; ++n) {
+        for (unsigned start = 0; start < starts; ++start) {
+            for (const bool againstEnd : {true, false}) {
+                if (!againstEnd && n > leadingUpTo) continue;
+                T* block = againstEnd ? arena.placeAgainstEnd<T>(n, start * sizeof(T))
+                                      : arena.placeAgainstStart<T>(start * sizeof(T));
+                std::memcpy(block, source.data(), n * sizeof(T));
+                arena.poisonAround(block, n * sizeof(T), a, b);
+                if (!visit(block, n, start, againstEnd)) return;
+            }
+        }
+    }
+}
+
 }  // namespace qxtest
