@@ -2,8 +2,6 @@
 // 0-3 into the first group, 4-7 into the second.
 #pragma once
 
-#include <utility>
-
 #include "simd/lanes.h"
 
 namespace qx::simd {

@@ -12,6 +12,7 @@
 //   stored aligned to the destination; the incoming min/max take part.
 
 #include <cstddef>
+#include <cstring>
 
 #include "qxcalc.h"
 #include "stats/minmax.h"
@@ -48,10 +49,8 @@ void moveOneByOne(int16_t* destination, const int16_t* source, uint32_t count, s
 // covered by the overlapping head and tail vectors).
 void moveSumsOnly(int16_t* destination, const int16_t* source, uint32_t count, RunningSums& sums, float offset)
 {
-    for (uint32_t i = 0; i < count; ++i) {
-        destination[i] = source[i];
-        sums.add(source[i], offsetSample(source[i], offset));
-    }
+    std::memcpy(destination, source, count * sizeof(int16_t));
+    addSamplesOneByOne(sums, source, count, offset);
 }
 
 void moveContiguous(int16_t* destination, const int16_t* source, uint32_t count, MoveStats& stats)
@@ -91,14 +90,15 @@ QX_INLINE __m128i gatherEight(const int16_t* p, std::ptrdiff_t stride)
 void moveStrided(int16_t* destination, const int16_t* source, uint32_t count, std::ptrdiff_t stride,
                  MoveStats& stats)
 {
-    uint32_t head = simd::countBeforeBoundary<L16::alignment>(destination);
-    if (head > count) head = count;
+    // Alignment is taken on the destination, which receives aligned stores.
+    const auto body = simd::alignedBody<L16::alignment, L16::width>(destination, count);
+    const uint32_t head = body.peel;
     moveOneByOne(destination, source, head, stride, stats);
 
     auto minMax = MinMaxVectors<int16_t>{_mm_set1_epi16(*stats.minValue), _mm_set1_epi16(*stats.maxValue)};
     SumLanes lanes;
     const __m256d offsets = _mm256_set1_pd(stats.offset);
-    const uint32_t groups = (count - head) / L16::width;
+    const uint32_t groups = body.vectors;
     simd::forEachInOrder<2>(groups, [&](uint32_t k) {
         const uint32_t i = head + k * L16::width;
         const __m128i v = gatherEight(source + static_cast<std::ptrdiff_t>(i) * stride, stride);
