@@ -184,3 +184,26 @@ TEST(StatsDouble, TwoNaNPayloadsMeetInTheCallersOrder)
 }
 
 }  // namespace
+
+namespace {
+
+// Negative-zero samples into a negative-zero sum: the one-at-a-time path
+// keeps -0 (-0 + -0); the vector lanes start at +0, so the reduced +0 added
+// to the caller's -0 gives +0.
+TYPED_TEST(StatsTest, NegativeZeroSumsFollowThePath)
+{
+    using T = TypeParam;
+    if constexpr (std::is_floating_point_v<T>) {
+        constexpr uint32_t L = StatsGeometry<T>::lanes;
+        alignas(32) T v[2 * L];
+        for (T& x : v) x = -T(0);
+        for (const uint32_t n : {L - 1, L, 2 * L - 1}) {
+            StatsState<T> s{T(0), T(0), -0.0, -0.0};
+            callStats(v, n, s, -OffsetOf<T>(0));
+            EXPECT_EQ(std::signbit(s.sum), n < L) << n;
+            EXPECT_EQ(std::signbit(s.squares), false) << n;  // (-0)^2 is +0
+        }
+    }
+}
+
+}  // namespace
