@@ -14,18 +14,14 @@
 
 #include "qxcalc.h"
 #include "support/bits.h"
+#include "support/lane_model.h"
 
 using namespace qxtest;
 
 namespace {
 
-// x86 arithmetic meeting NaNs: the first NaN operand comes out, quieted.
-// Spelled out, so that the model depends neither on the compiler keeping the
-// operand order nor on it keeping a multiplication by -1 (a negation would
-// flip a NaN's sign).
-float quieted(float x) { return floatFromBits(bitsOf(x) | 0x00400000u); }
-float add(float a, float b) { return std::isnan(a) ? quieted(a) : std::isnan(b) ? quieted(b) : a + b; }
-float mul(float a, float b) { return std::isnan(a) ? quieted(a) : std::isnan(b) ? quieted(b) : a * b; }
+constexpr auto add = addX86<float>;
+constexpr auto mul = mulX86<float>;
 
 constexpr float kWeights[4][4] = {{0, 2, 0, 0}, {-1, 0, 1, 0}, {2, -5, 4, -1}, {-1, 3, -3, 1}};
 
