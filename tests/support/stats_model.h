@@ -3,6 +3,7 @@
 // paths' four double lanes with their head/tail rules.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -116,6 +117,49 @@ void modelMinMaxAveRms(const T* p, uint32_t n, OffsetOf<T> offset, StatsState<T>
         lanes.reduceInto(s.sum, s.squares);
         scalarSums(p + i, n - i, offset, s);
     }
+}
+
+// qxcalcMoveAndGetMinMaxAveRMS_int16_t: one at a time below 8 samples; a
+// contiguous read for strides <= 1 (aligned on the source, incoming min/max
+// ignored); gathered groups of eight for strides >= 2 (aligned on the
+// destination, incoming min/max kept).
+inline void modelMove(int16_t* dst, const int16_t* src, uint32_t n, StatsState<int16_t>& s, float offset,
+                      int32_t stride)
+{
+    const auto oneAtATime = [&](uint32_t i) {
+        const int16_t x = dst[i] = src[static_cast<ptrdiff_t>(i) * stride];
+        s.lo = std::min(s.lo, x), s.hi = std::max(s.hi, x);
+        scalarSums(&x, 1, offset, s);
+    };
+    if (n < 8) {
+        for (uint32_t i = 0; i < n; ++i) oneAtATime(i);
+        return;
+    }
+    LaneSums lanes;
+    if (stride <= 1) {
+        const uint32_t peel = peelOf<16>(src);
+        scalarSums(src, peel, offset, s);
+        uint32_t i = peel;
+        for (; i + 8 <= n; i += 8) lanes.addPlain(src + i, offset, 8);
+        lanes.reduceInto(s.sum, s.squares);
+        scalarSums(src + i, n - i, offset, s);
+        std::copy(src, src + n, dst);
+        s.lo = *std::min_element(src, src + n);
+        s.hi = *std::max_element(src, src + n);
+        return;
+    }
+    const uint32_t head = std::min(peelOf<16>(dst), n);
+    for (uint32_t i = 0; i < head; ++i) oneAtATime(i);
+    uint32_t i = head;
+    for (; i + 8 <= n; i += 8) {
+        for (uint32_t j = i; j < i + 8; ++j) {
+            dst[j] = src[static_cast<ptrdiff_t>(j) * stride];
+            s.lo = std::min(s.lo, dst[j]), s.hi = std::max(s.hi, dst[j]);
+        }
+        lanes.addPlain(dst + i, offset, 8);
+    }
+    lanes.reduceInto(s.sum, s.squares);
+    for (; i < n; ++i) oneAtATime(i);
 }
 
 }  // namespace qxtest
