@@ -130,21 +130,6 @@ TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
 
 // The rules a host sees directly, independent of the models.
 
-TYPED_TEST(StatsTest, TypeExtremesAreReportedExactlyOnBothPaths)
-{
-    using T = TypeParam;
-    const T lo = std::numeric_limits<T>::lowest(), hi = std::numeric_limits<T>::max();
-    for (const uint32_t n : {2u, 7u, 8u, 9u, 100u}) {
-        std::vector<T> v(n, T(1));
-        v[n / 3] = hi;
-        v[n - 1 - n / 3] = lo;
-        T gotLo, gotHi;
-        callMinMax(v.data(), n, &gotLo, &gotHi);
-        EXPECT_EQ(gotLo, lo) << n;
-        EXPECT_EQ(gotHi, hi) << n;
-    }
-}
-
 TYPED_TEST(StatsTest, NaNAndSignedZerosFollowThePath)
 {
     using T = TypeParam;
