@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <utility>
 #include <iterator>
 #include <vector>
 
@@ -63,41 +64,19 @@ unsigned char runtimeStreams[512];  // the runtime's FILE array; its streams all
 std::size_t writeStream(const void* p, std::size_t size, std::size_t n, void*) { return std::fwrite(p, size, n, stderr); }
 int printStream(void*, const char* format, va_list args) { return std::vfprintf(stderr, format, args); }
 
-struct StandIn {
-    const char* dll;
-    const char* name;
-    void* address;
-};
-const StandIn kStandIns[] = {
-    {"kernel32.dll", "InitializeCriticalSection", (void*)&criticalSection},
-    {"kernel32.dll", "EnterCriticalSection", (void*)&criticalSection},
-    {"kernel32.dll", "LeaveCriticalSection", (void*)&criticalSection},
-    {"kernel32.dll", "DeleteCriticalSection", (void*)&criticalSection},
-    {"kernel32.dll", "Sleep", (void*)&sleepFor},
-    {"kernel32.dll", "GetLastError", (void*)&noError},
-    {"kernel32.dll", "GetModuleHandleA", (void*)&noModule},
-    {"kernel32.dll", "LoadLibraryA", (void*)&noModule},
-    {"kernel32.dll", "GetProcAddress", (void*)&noProcedure},
-    {"kernel32.dll", "FreeLibrary", (void*)&freeLibrary},
-    {"kernel32.dll", "TlsGetValue", (void*)&noTlsValue},
-    {"kernel32.dll", "VirtualQuery", (void*)&queryPage},
-    {"kernel32.dll", "VirtualProtect", (void*)&protectPages},
-    {"msvcrt.dll", "malloc", (void*)&std::malloc},
-    {"msvcrt.dll", "calloc", (void*)&std::calloc},
-    {"msvcrt.dll", "realloc", (void*)&std::realloc},
-    {"msvcrt.dll", "free", (void*)&std::free},
-    {"msvcrt.dll", "memcpy", (void*)&std::memcpy},
-    {"msvcrt.dll", "memset", (void*)&std::memset},
-    {"msvcrt.dll", "strlen", (void*)&std::strlen},
-    {"msvcrt.dll", "strncmp", (void*)&std::strncmp},
-    {"msvcrt.dll", "abort", (void*)&std::abort},
-    {"msvcrt.dll", "_initterm", (void*)&initTerm},
-    {"msvcrt.dll", "_lock", (void*)&runtimeLock},
-    {"msvcrt.dll", "_unlock", (void*)&runtimeLock},
-    {"msvcrt.dll", "_amsg_exit", (void*)&runtimeExit},
-    {"msvcrt.dll", "_iob", (void*)runtimeStreams},
-    {"msvcrt.dll", "fwrite", (void*)&writeStream},
-    {"msvcrt.dll", "vfprintf", (void*)&printStream},
+// Stand-ins by name, for KERNEL32.dll (__stdcall) and msvcrt.dll (cdecl).
+const std::pair<const char*, void*> kStandIns[] = {
+    {"InitializeCriticalSection", (void*)&criticalSection}, {"EnterCriticalSection", (void*)&criticalSection},
+    {"LeaveCriticalSection", (void*)&criticalSection},      {"DeleteCriticalSection", (void*)&criticalSection},
+    {"Sleep", (void*)&sleepFor},          {"GetLastError", (void*)&noError},      {"GetModuleHandleA", (void*)&noModule},
+    {"LoadLibraryA", (void*)&noModule},   {"GetProcAddress", (void*)&noProcedure}, {"FreeLibrary", (void*)&freeLibrary},
+    {"TlsGetValue", (void*)&noTlsValue},  {"VirtualQuery", (void*)&queryPage},     {"VirtualProtect", (void*)&protectPages},
+    {"malloc", (void*)&std::malloc},      {"calloc", (void*)&std::calloc},         {"realloc", (void*)&std::realloc},
+    {"free", (void*)&std::free},          {"memcpy", (void*)&std::memcpy},         {"memset", (void*)&std::memset},
+    {"strlen", (void*)&std::strlen},      {"strncmp", (void*)&std::strncmp},       {"abort", (void*)&std::abort},
+    {"_initterm", (void*)&initTerm},      {"_lock", (void*)&runtimeLock},          {"_unlock", (void*)&runtimeLock},
+    {"_amsg_exit", (void*)&runtimeExit},  {"_iob", (void*)runtimeStreams},         {"fwrite", (void*)&writeStream},
+    {"vfprintf", (void*)&printStream},
 };
 
 [[noreturn]] void missingImport(const char* name) { fail("called an import without a stand-in: " + std::string(name)); }
@@ -208,9 +187,10 @@ PeImage::PeImage(const std::string& path)
             const uint32_t entry = u32(base_ + lookup + 4 * k);
             if (entry & 0x80000000u) fail(dll + " imported by ordinal");
             const char* name = reinterpret_cast<const char*>(base_ + entry + 2);
+            const bool system = strcasecmp(dll.c_str(), "kernel32.dll") == 0 || strcasecmp(dll.c_str(), "msvcrt.dll") == 0;
             void* address = nullptr;
-            for (const StandIn& s : kStandIns)
-                if (strcasecmp(s.dll, dll.c_str()) == 0 && std::strcmp(s.name, name) == 0) address = s.address;
+            for (const auto& [standInName, standIn] : kStandIns)
+                if (system && std::strcmp(standInName, name) == 0) address = standIn;
             if (!address) address = stubFor(dll, name);
             const uint32_t value = uint32_t(reinterpret_cast<uintptr_t>(address));
             std::memcpy(base_ + u32(base_ + d + 16) + 4 * k, &value, 4);
