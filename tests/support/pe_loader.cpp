@@ -65,19 +65,27 @@ std::size_t writeStream(const void* p, std::size_t size, std::size_t n, void*) {
 int printStream(void*, const char* format, va_list args) { return std::vfprintf(stderr, format, args); }
 
 // Stand-ins by name, for KERNEL32.dll (__stdcall) and msvcrt.dll (cdecl).
-const std::pair<const char*, void*> kStandIns[] = {
-    {"InitializeCriticalSection", (void*)&criticalSection}, {"EnterCriticalSection", (void*)&criticalSection},
-    {"LeaveCriticalSection", (void*)&criticalSection},      {"DeleteCriticalSection", (void*)&criticalSection},
-    {"Sleep", (void*)&sleepFor},          {"GetLastError", (void*)&noError},      {"GetModuleHandleA", (void*)&noModule},
-    {"LoadLibraryA", (void*)&noModule},   {"GetProcAddress", (void*)&noProcedure}, {"FreeLibrary", (void*)&freeLibrary},
-    {"TlsGetValue", (void*)&noTlsValue},  {"VirtualQuery", (void*)&queryPage},     {"VirtualProtect", (void*)&protectPages},
-    {"malloc", (void*)&std::malloc},      {"calloc", (void*)&std::calloc},         {"realloc", (void*)&std::realloc},
-    {"free", (void*)&std::free},          {"memcpy", (void*)&std::memcpy},         {"memset", (void*)&std::memset},
-    {"strlen", (void*)&std::strlen},      {"strncmp", (void*)&std::strncmp},       {"abort", (void*)&std::abort},
-    {"_initterm", (void*)&initTerm},      {"_lock", (void*)&runtimeLock},          {"_unlock", (void*)&runtimeLock},
-    {"_amsg_exit", (void*)&runtimeExit},  {"_iob", (void*)runtimeStreams},         {"fwrite", (void*)&writeStream},
-    {"vfprintf", (void*)&printStream},
-};
+// A function's static, so that loading from another file's static
+// initializer finds the table filled.
+void* standInFor(const char* name)
+{
+    static const std::pair<const char*, void*> kStandIns[] = {
+        {"InitializeCriticalSection", (void*)&criticalSection}, {"EnterCriticalSection", (void*)&criticalSection},
+        {"LeaveCriticalSection", (void*)&criticalSection},      {"DeleteCriticalSection", (void*)&criticalSection},
+        {"Sleep", (void*)&sleepFor},          {"GetLastError", (void*)&noError},      {"GetModuleHandleA", (void*)&noModule},
+        {"LoadLibraryA", (void*)&noModule},   {"GetProcAddress", (void*)&noProcedure}, {"FreeLibrary", (void*)&freeLibrary},
+        {"TlsGetValue", (void*)&noTlsValue},  {"VirtualQuery", (void*)&queryPage},     {"VirtualProtect", (void*)&protectPages},
+        {"malloc", (void*)&std::malloc},      {"calloc", (void*)&std::calloc},         {"realloc", (void*)&std::realloc},
+        {"free", (void*)&std::free},          {"memcpy", (void*)&std::memcpy},         {"memset", (void*)&std::memset},
+        {"strlen", (void*)&std::strlen},      {"strncmp", (void*)&std::strncmp},       {"abort", (void*)&std::abort},
+        {"_initterm", (void*)&initTerm},      {"_lock", (void*)&runtimeLock},          {"_unlock", (void*)&runtimeLock},
+        {"_amsg_exit", (void*)&runtimeExit},  {"_iob", (void*)runtimeStreams},         {"fwrite", (void*)&writeStream},
+        {"vfprintf", (void*)&printStream},
+    };
+    for (const auto& [standInName, standIn] : kStandIns)
+        if (std::strcmp(standInName, name) == 0) return standIn;
+    return nullptr;
+}
 
 [[noreturn]] void missingImport(const char* name) { fail("called an import without a stand-in: " + std::string(name)); }
 
@@ -188,9 +196,7 @@ PeImage::PeImage(const std::string& path)
             if (entry & 0x80000000u) fail(dll + " imported by ordinal");
             const char* name = reinterpret_cast<const char*>(base_ + entry + 2);
             const bool system = strcasecmp(dll.c_str(), "kernel32.dll") == 0 || strcasecmp(dll.c_str(), "msvcrt.dll") == 0;
-            void* address = nullptr;
-            for (const auto& [standInName, standIn] : kStandIns)
-                if (system && std::strcmp(standInName, name) == 0) address = standIn;
+            void* address = system ? standInFor(name) : nullptr;
             if (!address) address = stubFor(dll, name);
             const uint32_t value = uint32_t(reinterpret_cast<uintptr_t>(address));
             std::memcpy(base_ + u32(base_ + d + 16) + 4 * k, &value, 4);
