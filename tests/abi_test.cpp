@@ -26,26 +26,22 @@ namespace {
 
 enum class Result : uint32_t { Integer = 0, Float = 1, Double = 2 };
 
-// Argument words as the host pushes them (first argument at the lowest address).
-struct Words {
+// One argument as the host pushes it: a pointer or 32-bit integer in one
+// word, a float in one, a double in two (low word first).
+struct Arg {
     std::vector<uint32_t> w;
-    Words& ptr(const void* p)
-    {
-        w.push_back(static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p)));
-        return *this;
-    }
-    Words& u32(uint32_t v)
-    {
-        w.push_back(v);
-        return *this;
-    }
-    Words& f32(float v) { return u32(std::bit_cast<uint32_t>(v)); }
-    Words& f64(double v)
-    {
-        const auto b = std::bit_cast<uint64_t>(v);
-        return u32(static_cast<uint32_t>(b)).u32(static_cast<uint32_t>(b >> 32));
-    }
+    Arg(const void* p) : w{static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p))} {}
+    Arg(uint32_t v) : w{v} {}
+    Arg(float v) : w{std::bit_cast<uint32_t>(v)} {}
+    Arg(double v) : w{static_cast<uint32_t>(std::bit_cast<uint64_t>(v)), static_cast<uint32_t>(std::bit_cast<uint64_t>(v) >> 32)} {}
 };
+using Words = std::vector<uint32_t>;
+Words args(std::initializer_list<Arg> list)
+{
+    Words words;
+    for (const Arg& a : list) words.insert(words.end(), a.w.begin(), a.w.end());
+    return words;
+}
 
 // Buffers every call may point into; counts are chosen so that each call is
 // valid and small.
@@ -75,76 +71,41 @@ struct ExportRow {
 std::vector<ExportRow> exportTable()
 {
     return {
-        {"qxcalcGetVersion", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(&s.i32[0]).ptr(&s.i32[1]).u32(10).ptr(&s.i32[2]); }},
-        {"qxcalcGetMinMax_double", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).u32(9).ptr(&s.d[40]).ptr(&s.d[41]); }},
-        {"qxcalcGetMinMax_float", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).u32(9).ptr(&s.f[40]).ptr(&s.f[41]); }},
-        {"qxcalcGetMinMax_int16_t", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.i16).u32(9).ptr(&s.i16[40]).ptr(&s.i16[41]); }},
-        {"qxcalcGetMinMax_int32_t", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.i32).u32(9).ptr(&s.i32[40]).ptr(&s.i32[41]); }},
-        {"qxcalcGetMinMaxAveRMS_double", 32, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).u32(9).ptr(&s.d[40]).ptr(&s.d[41]).ptr(&s.sum).ptr(&s.sumOfSquares).f64(0.5); }},
-        {"qxcalcGetMinMaxAveRMS_float", 28, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).u32(9).ptr(&s.f[40]).ptr(&s.f[41]).ptr(&s.sum).ptr(&s.sumOfSquares).f32(0.5f); }},
-        {"qxcalcGetMinMaxAveRMS_int16_t", 28, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.i16).u32(9).ptr(&s.i16[40]).ptr(&s.i16[41]).ptr(&s.sum).ptr(&s.sumOfSquares).f32(0.5f); }},
-        {"qxcalcGetMinMaxAveRMS_int32_t", 32, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.i32).u32(9).ptr(&s.i32[40]).ptr(&s.i32[41]).ptr(&s.sum).ptr(&s.sumOfSquares).f64(0.5); }},
-        {"qxcalcMoveAndGetMinMaxAveRMS_int16_t", 36, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(&s.i16[32]).ptr(s.i16).u32(9).ptr(&s.i16[50]).ptr(&s.i16[51]).ptr(&s.sum).ptr(&s.sumOfSquares).f32(0.5f).u32(2); }},
-        {"qxcalcConvertInt16ToInt32", 12, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.i16).ptr(s.i32).u32(9); }},
-        {"qxcalcConvertInt32ToInt16", 12, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.i32).ptr(s.i16).u32(9); }},
-        {"qxcalcMultiplyVectorByScalar_double", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).u32(9).f64(1.0); }},
-        {"qxcalcMultiplyVectorByScalar_float", 12, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).u32(9).f32(1.0f); }},
-        {"qxcalcChannelGetScaledValuesAtPos_double", 4, Result::Integer,
-         [](Scratch& s) { s.channelDouble = {s.i16, s.d, 1.0, 0.0, 9, Int16}; return Words{}.ptr(&s.channelDouble); }},
-        {"qxcalcChannelGetScaledValuesAtPos_double_aligned_output", 4, Result::Integer,
-         [](Scratch& s) { s.channelDouble = {s.i16, s.d, 1.0, 0.0, 9, Int16}; return Words{}.ptr(&s.channelDouble); }},
-        {"qxcalcChannelGetScaledValuesAtPos_float", 4, Result::Integer,
-         [](Scratch& s) { s.channelFloat = {s.i16, s.f, 1.0f, 0.0f, 9, Int16}; return Words{}.ptr(&s.channelFloat); }},
-        {"qxcalcChannelGetScaledValuesAtPos_float_aligned_output", 4, Result::Integer,
-         [](Scratch& s) { s.channelFloat = {s.i16, s.f, 1.0f, 0.0f, 9, Int16}; return Words{}.ptr(&s.channelFloat); }},
-        {"qxcalcIIRFilter_double", 12, Result::Double,
-         [](Scratch& s) { s.iir = {}; return Words{}.ptr(&s.iir).f64(2.0); }},
-        {"qxcalcIIRFilter_float", 8, Result::Float,
-         [](Scratch& s) { s.iir = {}; return Words{}.ptr(&s.iir).f32(2.0f); }},
-        {"qxcalcPinkFilter_double", 12, Result::Double,
-         [](Scratch& s) { return Words{}.ptr(&s.pink).f64(1.0); }},
-        {"qxcalcFIRFilter_float", 16, Result::Float,
-         [](Scratch& s) { return Words{}.ptr(s.f).ptr(&s.f[32]).u32(9).u32(3); }},
-        {"qxcalcCACalcAveFilter_double", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).ptr(&s.d[32]).u32(3).u32(9); }},
-        {"qxcalcCACalcAveFilter_double_scalar", 16, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).ptr(&s.d[32]).u32(3).u32(9); }},
-        {"qxcalcCACalcFilter_float", 16, Result::Float,
-         [](Scratch& s) { return Words{}.ptr(&s.f[20]).u32(9).ptr(&s.f[32]).u32(1); }},
-        {"qxcalcCACalcFilter_int16_t", 16, Result::Float,
-         [](Scratch& s) { return Words{}.ptr(&s.i16[20]).u32(9).ptr(&s.f[32]).u32(1); }},
-        {"qxcalcCACalcFilter_int32_t", 16, Result::Float,
-         [](Scratch& s) { return Words{}.ptr(&s.i32[20]).u32(9).ptr(&s.f[32]).u32(1); }},
-        {"qxcalcCAPV_lin", 28, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).u32(9).ptr(s.i32).u32(0).u32(100).f32(1.0f).f32(0.0f); }},
-        {"qxcalcCAPV_log", 32, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).u32(9).ptr(s.i32).u32(0).u32(100).f32(1.0f).f32(0.0f).f32(1.0f); }},
-        {"qxCalcCACopyRawDataToChannels", 28, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).ptr(&s.f[32]).u32(0).u32(9).f32(0.0f).ptr(&s.f[50]).ptr(s.u32); }},
-        {"qxcalcCADoubleArrToSingleArrInplace", 8, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).u32(9); }},
-        {"qxcalcCASingleArrToDoubleArrInplace", 8, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.d).u32(9); }},
-        {"qxCalcCAOverallPressure", 28, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).ptr(&s.f[16]).u32(0).u32(9).u32(1).u32(0).ptr(&s.f[50]); }},
-        {"qxCalcCARunningVal", 36, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.f).ptr(&s.f[16]).ptr(&s.f[32]).ptr(&s.f[48]).u32(0).u32(8).u32(1).u32(0).u32(4); }},
-        {"qxcalcGetXYValGraph2D", 4, Result::Integer,
-         [](Scratch& s) {
+        {"qxcalcGetVersion", 16, Result::Integer, [](Scratch& s) { return args({&s.i32[0], &s.i32[1], 10u, &s.i32[2]}); }},
+        {"qxcalcGetMinMax_double", 16, Result::Integer, [](Scratch& s) { return args({s.d, 9u, &s.d[40], &s.d[41]}); }},
+        {"qxcalcGetMinMax_float", 16, Result::Integer, [](Scratch& s) { return args({s.f, 9u, &s.f[40], &s.f[41]}); }},
+        {"qxcalcGetMinMax_int16_t", 16, Result::Integer, [](Scratch& s) { return args({s.i16, 9u, &s.i16[40], &s.i16[41]}); }},
+        {"qxcalcGetMinMax_int32_t", 16, Result::Integer, [](Scratch& s) { return args({s.i32, 9u, &s.i32[40], &s.i32[41]}); }},
+        {"qxcalcGetMinMaxAveRMS_double", 32, Result::Integer, [](Scratch& s) { return args({s.d, 9u, &s.d[40], &s.d[41], &s.sum, &s.sumOfSquares, 0.5}); }},
+        {"qxcalcGetMinMaxAveRMS_float", 28, Result::Integer, [](Scratch& s) { return args({s.f, 9u, &s.f[40], &s.f[41], &s.sum, &s.sumOfSquares, 0.5f}); }},
+        {"qxcalcGetMinMaxAveRMS_int16_t", 28, Result::Integer, [](Scratch& s) { return args({s.i16, 9u, &s.i16[40], &s.i16[41], &s.sum, &s.sumOfSquares, 0.5f}); }},
+        {"qxcalcGetMinMaxAveRMS_int32_t", 32, Result::Integer, [](Scratch& s) { return args({s.i32, 9u, &s.i32[40], &s.i32[41], &s.sum, &s.sumOfSquares, 0.5}); }},
+        {"qxcalcMoveAndGetMinMaxAveRMS_int16_t", 36, Result::Integer, [](Scratch& s) { return args({&s.i16[32], s.i16, 9u, &s.i16[50], &s.i16[51], &s.sum, &s.sumOfSquares, 0.5f, 2u}); }},
+        {"qxcalcConvertInt16ToInt32", 12, Result::Integer, [](Scratch& s) { return args({s.i16, s.i32, 9u}); }},
+        {"qxcalcConvertInt32ToInt16", 12, Result::Integer, [](Scratch& s) { return args({s.i32, s.i16, 9u}); }},
+        {"qxcalcMultiplyVectorByScalar_double", 16, Result::Integer, [](Scratch& s) { return args({s.d, 9u, 1.0}); }},
+        {"qxcalcMultiplyVectorByScalar_float", 12, Result::Integer, [](Scratch& s) { return args({s.f, 9u, 1.0f}); }},
+        {"qxcalcChannelGetScaledValuesAtPos_double", 4, Result::Integer, [](Scratch& s) { s.channelDouble = {s.i16, s.d, 1.0, 0.0, 9, Int16}; return args({&s.channelDouble}); }},
+        {"qxcalcChannelGetScaledValuesAtPos_double_aligned_output", 4, Result::Integer, [](Scratch& s) { s.channelDouble = {s.i16, s.d, 1.0, 0.0, 9, Int16}; return args({&s.channelDouble}); }},
+        {"qxcalcChannelGetScaledValuesAtPos_float", 4, Result::Integer, [](Scratch& s) { s.channelFloat = {s.i16, s.f, 1.0f, 0.0f, 9, Int16}; return args({&s.channelFloat}); }},
+        {"qxcalcChannelGetScaledValuesAtPos_float_aligned_output", 4, Result::Integer, [](Scratch& s) { s.channelFloat = {s.i16, s.f, 1.0f, 0.0f, 9, Int16}; return args({&s.channelFloat}); }},
+        {"qxcalcIIRFilter_double", 12, Result::Double, [](Scratch& s) { s.iir = {}; return args({&s.iir, 2.0}); }},
+        {"qxcalcIIRFilter_float", 8, Result::Float, [](Scratch& s) { s.iir = {}; return args({&s.iir, 2.0f}); }},
+        {"qxcalcPinkFilter_double", 12, Result::Double, [](Scratch& s) { return args({&s.pink, 1.0}); }},
+        {"qxcalcFIRFilter_float", 16, Result::Float, [](Scratch& s) { return args({s.f, &s.f[32], 9u, 3u}); }},
+        {"qxcalcCACalcAveFilter_double", 16, Result::Integer, [](Scratch& s) { return args({s.d, &s.d[32], 3u, 9u}); }},
+        {"qxcalcCACalcAveFilter_double_scalar", 16, Result::Integer, [](Scratch& s) { return args({s.d, &s.d[32], 3u, 9u}); }},
+        {"qxcalcCACalcFilter_float", 16, Result::Float, [](Scratch& s) { return args({&s.f[20], 9u, &s.f[32], 1u}); }},
+        {"qxcalcCACalcFilter_int16_t", 16, Result::Float, [](Scratch& s) { return args({&s.i16[20], 9u, &s.f[32], 1u}); }},
+        {"qxcalcCACalcFilter_int32_t", 16, Result::Float, [](Scratch& s) { return args({&s.i32[20], 9u, &s.f[32], 1u}); }},
+        {"qxcalcCAPV_lin", 28, Result::Integer, [](Scratch& s) { return args({s.f, 9u, s.i32, 0u, 100u, 1.0f, 0.0f}); }},
+        {"qxcalcCAPV_log", 32, Result::Integer, [](Scratch& s) { return args({s.f, 9u, s.i32, 0u, 100u, 1.0f, 0.0f, 1.0f}); }},
+        {"qxCalcCACopyRawDataToChannels", 28, Result::Integer, [](Scratch& s) { return args({s.f, &s.f[32], 0u, 9u, 0.0f, &s.f[50], s.u32}); }},
+        {"qxcalcCADoubleArrToSingleArrInplace", 8, Result::Integer, [](Scratch& s) { return args({s.d, 9u}); }},
+        {"qxcalcCASingleArrToDoubleArrInplace", 8, Result::Integer, [](Scratch& s) { return args({s.d, 9u}); }},
+        {"qxCalcCAOverallPressure", 28, Result::Integer, [](Scratch& s) { return args({s.f, &s.f[16], 0u, 9u, 1u, 0u, &s.f[50]}); }},
+        {"qxCalcCARunningVal", 36, Result::Integer, [](Scratch& s) { return args({s.f, &s.f[16], &s.f[32], &s.f[48], 0u, 8u, 1u, 0u, 4u}); }},
+        {"qxcalcGetXYValGraph2D", 4, Result::Integer, [](Scratch& s) {
              s.graph = {};
              s.graph.pointsLeft = 1;
              s.graph.right = 100;
@@ -154,20 +115,14 @@ std::vector<ExportRow> exportTable()
              s.graph.xPixelsOut = s.i32;
              s.graph.yPixelsOut = &s.i32[4];
              s.graph.pointCountOut = s.u32;
-             return Words{}.ptr(&s.graph);
+             return args({&s.graph});
          }},
-        {"qxcalcFindCursorXY", 40, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(s.u32).u32(16).u32(4).u32(2).u32(1).u32(1).ptr(&s.u32[40]).ptr(&s.i32[40]).ptr(&s.i32[41]).u32(0); }},
-        {"qxcalcCHSInterpolator_Create", 8, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(&s.pointerOut).ptr(nullptr); }},
-        {"qxcalcCHSInterpolator_Destroy", 4, Result::Integer,
-         [](Scratch&) { return Words{}.ptr(nullptr); }},
-        {"qxcalcCHSInterpolator_InterpolateValues", 20, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(nullptr).ptr(s.f).u32(4).ptr(&s.pointerOut).ptr(s.u32); }},
-        {"qxcalcCHSInterpolator_Reset", 4, Result::Integer,
-         [](Scratch&) { return Words{}.ptr(nullptr); }},
-        {"qxcalcCHSInterpolator_Stop", 12, Result::Integer,
-         [](Scratch& s) { return Words{}.ptr(nullptr).ptr(&s.pointerOut).ptr(s.u32); }},
+        {"qxcalcFindCursorXY", 40, Result::Integer, [](Scratch& s) { return args({s.u32, 16u, 4u, 2u, 1u, 1u, &s.u32[40], &s.i32[40], &s.i32[41], 0u}); }},
+        {"qxcalcCHSInterpolator_Create", 8, Result::Integer, [](Scratch& s) { return args({&s.pointerOut, nullptr}); }},
+        {"qxcalcCHSInterpolator_Destroy", 4, Result::Integer, [](Scratch&) { return args({nullptr}); }},
+        {"qxcalcCHSInterpolator_InterpolateValues", 20, Result::Integer, [](Scratch& s) { return args({nullptr, s.f, 4u, &s.pointerOut, s.u32}); }},
+        {"qxcalcCHSInterpolator_Reset", 4, Result::Integer, [](Scratch&) { return args({nullptr}); }},
+        {"qxcalcCHSInterpolator_Stop", 12, Result::Integer, [](Scratch& s) { return args({nullptr, &s.pointerOut, s.u32}); }},
     };
 }
 
@@ -196,8 +151,8 @@ TEST(StdcallAbi, EveryBuiltExportPopsItsArgumentsAtAnyStackAlignment)
         for (uint32_t misalign = 0; misalign < 16; misalign += 4) {
             Scratch scratch;
             const Words words = row.args(scratch);
-            ASSERT_EQ(words.w.size() * 4, row.argBytes) << row.name << ": argument list of the test";
-            const auto count = static_cast<uint32_t>(words.w.size());
+            ASSERT_EQ(words.size() * 4, row.argBytes) << row.name << ": argument list of the test";
+            const auto count = static_cast<uint32_t>(words.size());
             const uint32_t adjust = (64 - misalign - 4 * count % 16) % 16;
             // A caller's unusual but valid control settings: round toward
             // zero with flush-to-zero in SSE, 53-bit precision on x87.
@@ -209,7 +164,7 @@ TEST(StdcallAbi, EveryBuiltExportPopsItsArgumentsAtAnyStackAlignment)
             setX87ControlWord(callerCw);
             alignas(8) unsigned char result[8] = {};
             int32_t drift = -1;
-            qxtestCallStdcall(function, words.w.data(), count, adjust, static_cast<uint32_t>(row.result), result, &drift);
+            qxtestCallStdcall(function, words.data(), count, adjust, static_cast<uint32_t>(row.result), result, &drift);
             const uint32_t mxcsrAfter = _mm_getcsr();
             const uint16_t cwAfter = x87ControlWord();
             _mm_setcsr(savedMxcsr);

@@ -14,18 +14,15 @@
 
 #include "qxcalc.h"
 #include "support/bits.h"
+#include "support/lane_model.h"
+#include "support/sweep.h"
 
 using namespace qxtest;
 
 namespace {
 
-// x86 arithmetic meeting NaNs: the first NaN operand comes out, quieted.
-// Spelled out, so that the model depends neither on the compiler keeping the
-// operand order nor on it keeping a multiplication by -1 (a negation would
-// flip a NaN's sign).
-float quieted(float x) { return floatFromBits(bitsOf(x) | 0x00400000u); }
-float add(float a, float b) { return std::isnan(a) ? quieted(a) : std::isnan(b) ? quieted(b) : a + b; }
-float mul(float a, float b) { return std::isnan(a) ? quieted(a) : std::isnan(b) ? quieted(b) : a * b; }
+constexpr auto add = addX86<float>;
+constexpr auto mul = mulX86<float>;
 
 constexpr float kWeights[4][4] = {{0, 2, 0, 0}, {-1, 0, 1, 0}, {2, -5, 4, -1}, {-1, 3, -3, 1}};
 
@@ -138,11 +135,8 @@ Result stop(CHSInterpolator* h)
     if (buffer == nullptr) buffer = got.output;
     if (got.output != buffer) return ::testing::AssertionFailure() << "output buffer moved";
     if (got.count != want.size()) return ::testing::AssertionFailure() << "count " << got.count << ", want " << want.size();
-    for (uint32_t i = 0; i < got.count; ++i)
-        if (bitsOf(got.output[i]) != bitsOf(want[i]))
-            return ::testing::AssertionFailure() << "output " << i << " of " << got.count << ": " << std::hex
-                                                 << bitsOf(got.output[i]) << ", want " << bitsOf(want[i]);
-    return ::testing::AssertionSuccess();
+    const std::string difference = firstDifference("output", got.output, want.data(), got.count, sizeof(float));
+    return difference.empty() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << difference;
 }
 
 // Plain samples within +-1e6; wild streams also carry NaNs (quiet and

@@ -37,7 +37,8 @@ T nanWithPayload(unsigned payload)
 // Random samples. Plain: finite floats within +-1e6, integers within
 // +-30000 (so the type's extremes can serve as poison). With specials:
 // floats sprinkled with NaNs of varying payload and sign, infinities and
-// zeros of both signs; integers over their full range.
+// zeros of both signs; integers over their full range, sprinkled with the
+// type's extremes.
 template <class T>
 std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
 {
@@ -58,6 +59,7 @@ std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
             }
         } else {
             v[i] = specials ? static_cast<T>(rng()) : static_cast<T>(static_cast<int>(rng() % 60001) - 30000);
+            if (specials && rng() % 16 == 0) v[i] = rng() % 2 ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
         }
     }
     return v;

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <utility>
 
 namespace qxtest {
 
@@ -23,6 +25,25 @@ GuardedArena::GuardedArena(std::size_t bytes)
 }
 
 GuardedArena::~GuardedArena() { munmap(mapping_, mappingBytes_); }
+
+std::byte* GuardedArena::placeAgainstEnd(std::size_t bytes, unsigned misalign) const
+{
+    const std::size_t slack = (64 * 32 - bytes % 32 - misalign % 32) % 32;
+    return end_ - slack - bytes;
+}
+
+void GuardedArena::poisonAround(const std::byte* block, std::size_t bytes, const void* a, const void* b,
+                                std::size_t elementBytes, std::size_t apron)
+{
+    std::byte* lo = block - begin_ < static_cast<std::ptrdiff_t>(apron) ? begin_ : const_cast<std::byte*>(block) - apron;
+    std::byte* hi = end_ - (block + bytes) < static_cast<std::ptrdiff_t>(apron) ? end_ : const_cast<std::byte*>(block) + bytes + apron;
+    regions_.clear();
+    for (auto [from, to] : {std::pair{lo, const_cast<std::byte*>(block)}, {const_cast<std::byte*>(block) + bytes, hi}}) {
+        std::size_t i = 0;
+        for (std::byte* p = from; p + elementBytes <= to; p += elementBytes, ++i) std::memcpy(p, i % 2 ? b : a, elementBytes);
+        regions_.push_back({from, std::vector<std::byte>(from, to)});
+    }
+}
 
 bool GuardedArena::poisonIntact() const
 {

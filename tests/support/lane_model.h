@@ -1,6 +1,6 @@
-// Scalar models of the vector paths' lane arithmetic, written from the
-// library's contract rather than from its code: lane-wise min/max with the
-// accumulator first, the aligned-body arithmetic, and halving reductions.
+// x86 lane arithmetic as the scalar models need it: lane-wise min/max with
+// the accumulator first, adds and multiplies that keep the first NaN
+// operand, alignment peels and halving reductions.
 #pragma once
 
 #include <cstddef>
@@ -21,15 +21,22 @@ T laneMax(T a, T b)
     return a > b ? a : b;
 }
 
-// a + b as an x86 add computes it: when both operands are NaN the first
-// one's payload survives (quieted); written out so that the compiler cannot
-// reorder the operands of the model.
+// a + b and a * b as x86 computes them: when both operands are NaN the first
+// one's payload survives (quieted); written out so that the compiler can
+// neither reorder the operands nor turn a multiplication by -1 into a negation.
 template <class T>
 T addX86(T a, T b)
 {
     if (a != a) return a + T(0);  // quiets a signalling NaN, keeps the payload
     if (b != b) return b + T(0);
     return a + b;
+}
+template <class T>
+T mulX86(T a, T b)
+{
+    if (a != a) return a + T(0);
+    if (b != b) return b + T(0);
+    return a * b;
 }
 
 // Elements of p before the first Alignment-byte boundary at or after p.
@@ -50,50 +57,6 @@ T reduceHalving(const T* lanes, unsigned width, Op op)
     for (unsigned half = width / 2; half >= 1; half /= 2)
         for (unsigned i = 0; i < half; ++i) v[i] = op(v[i], v[i + half]);
     return v[0];
-}
-
-// Per-type vector geometry of the statistics family: 256-bit floating-point
-// vectors, 128-bit integer vectors, each aligned to its own width.
-template <class T>
-struct StatsGeometry {
-    static constexpr std::size_t alignment = std::is_floating_point_v<T> ? 32 : 16;
-    static constexpr unsigned lanes = alignment / sizeof(T);
-};
-
-template <class T>
-struct MinMax {
-    T lo, hi;
-};
-
-// Running minimum/maximum of the one-at-a-time paths, continuing `acc`.
-template <class T>
-void runningMinMax(const T* p, uint32_t n, MinMax<T>& acc)
-{
-    for (uint32_t i = 0; i < n; ++i) {
-        if (acc.lo > p[i]) acc.lo = p[i];
-        if (p[i] > acc.hi) acc.hi = p[i];
-    }
-}
-
-// Vector-path minimum/maximum of a block of n >= lanes samples: the first
-// vector seeds the lanes, the aligned body and then the last vector fold in,
-// and a halving reduction ends it.
-template <class T>
-MinMax<T> vectorMinMax(const T* p, uint32_t n)
-{
-    constexpr unsigned L = StatsGeometry<T>::lanes;
-    T lo[L], hi[L];
-    for (unsigned i = 0; i < L; ++i) lo[i] = hi[i] = p[i];
-    auto fold = [&](const T* v) {
-        for (unsigned i = 0; i < L; ++i) {
-            lo[i] = laneMin(lo[i], v[i]);
-            hi[i] = laneMax(hi[i], v[i]);
-        }
-    };
-    const uint32_t peel = peelOf<StatsGeometry<T>::alignment>(p);
-    for (uint32_t b = 0; b < (n - peel) / L; ++b) fold(p + peel + b * L);
-    fold(p + n - L);
-    return {reduceHalving(lo, L, laneMin<T>), reduceHalving(hi, L, laneMax<T>)};
 }
 
 }  // namespace qxtest

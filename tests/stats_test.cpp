@@ -1,0 +1,271 @@
+// Block statistics: every export swept against the scalar models (every
+// count near the lane thresholds, every start offset, both fences, plain and
+// special data), then the behaviours a host relies on, stated plainly.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "qxcalc.h"
+#include "support/stats_model.h"
+#include "support/sweep.h"
+
+using namespace qxtest;
+
+namespace {
+
+template <class T>
+void callMinMax(const T* p, uint32_t n, T* lo, T* hi)
+{
+    if constexpr (std::is_same_v<T, float>) qxcalcGetMinMax_float(p, n, lo, hi);
+    else if constexpr (std::is_same_v<T, double>) qxcalcGetMinMax_double(p, n, lo, hi);
+    else if constexpr (std::is_same_v<T, int16_t>) qxcalcGetMinMax_int16_t(p, n, lo, hi);
+    else qxcalcGetMinMax_int32_t(p, n, lo, hi);
+}
+
+template <class T>
+void callStats(const T* p, uint32_t n, StatsState<T>& s, OffsetOf<T> offset)
+{
+    if constexpr (std::is_same_v<T, float>) qxcalcGetMinMaxAveRMS_float(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+    else if constexpr (std::is_same_v<T, double>) qxcalcGetMinMaxAveRMS_double(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+    else if constexpr (std::is_same_v<T, int16_t>) qxcalcGetMinMaxAveRMS_int16_t(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+    else qxcalcGetMinMaxAveRMS_int32_t(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+}
+
+// The running state as four scalar buffers after the samples: lo, hi, sum, squares.
+template <class T>
+std::vector<BlockSpec> stateBlocks()
+{
+    return {scalar<T>("min", Role::InOut, T(-5)), scalar<T>("max", Role::InOut, T(5)),
+            scalar<double>("sum", Role::InOut, 1234.5), scalar<double>("squares", Role::InOut, 0.25)};
+}
+template <class T>
+StatsState<T> stateOf(const Blocks& b, std::size_t first)
+{
+    return {*b.at<T>(first), *b.at<T>(first + 1), *b.at<double>(first + 2), *b.at<double>(first + 3)};
+}
+template <class T>
+void storeState(const Blocks& b, std::size_t first, const StatsState<T>& s)
+{
+    *b.at<T>(first) = s.lo, *b.at<T>(first + 1) = s.hi, *b.at<double>(first + 2) = s.sum, *b.at<double>(first + 3) = s.squares;
+}
+
+template <class T>
+class StatsTest : public ::testing::Test {};
+using SampleTypes = ::testing::Types<float, double, int16_t, int32_t>;
+TYPED_TEST_SUITE(StatsTest, SampleTypes);
+
+TYPED_TEST(StatsTest, MinMaxMatchesTheModelForEveryCountStartAndFence)
+{
+    using T = TypeParam;
+    constexpr uint32_t L = StatsGeometry<T>::lanes;
+    sweep({"GetMinMax", {block<T>("samples", Role::In), scalar<T>("min", Role::Out, T(77)), scalar<T>("max", Role::Out, T(77))},
+           [](const Blocks& b, uint32_t n) { callMinMax(b.at<T>(0), n, b.at<T>(1), b.at<T>(2)); },
+           [](const Blocks& b, uint32_t n) {
+               MinMax<T> m{b.at<T>(0)[0], b.at<T>(0)[0]};
+               if (n >= L) m = vectorMinMax(b.at<T>(0), n);
+               else runningMinMax(b.at<T>(0) + 1, n - 1, m);
+               *b.at<T>(1) = m.lo, *b.at<T>(2) = m.hi;
+           },
+           countsAround({L}, 1)});
+}
+
+TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
+{
+    using T = TypeParam;
+    const auto offset = static_cast<OffsetOf<T>>(-0.3);  // not exact in binary: shows the offset's precision
+    std::vector<BlockSpec> blocks = stateBlocks<T>();
+    blocks.insert(blocks.begin(), block<T>("samples", Role::In));
+    sweep({"GetMinMaxAveRMS", blocks,
+           [=](const Blocks& b, uint32_t n) {
+               StatsState<T> s = stateOf<T>(b, 1);
+               callStats(b.at<T>(0), n, s, offset);
+               storeState(b, 1, s);
+           },
+           [=](const Blocks& b, uint32_t n) {
+               StatsState<T> s = stateOf<T>(b, 1);
+               modelMinMaxAveRms(b.at<T>(0), n, offset, s);
+               storeState(b, 1, s);
+           },
+           countsAround({StatsGeometry<T>::lanes})});
+}
+
+// Lowest and highest source index the move may read: the contiguous path
+// reads forward for every stride up to 1.
+std::pair<ptrdiff_t, ptrdiff_t> sourceReach(uint32_t n, int32_t stride)
+{
+    if (n == 0) return {0, -1};
+    if (n >= 8 && stride <= 1) return {0, n - 1};
+    const ptrdiff_t last = static_cast<ptrdiff_t>(n - 1) * stride;
+    return {std::min<ptrdiff_t>(0, last), std::max<ptrdiff_t>(0, last)};
+}
+
+TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
+{
+    const float offset = -0.3f;
+    for (int32_t stride = -3; stride <= 9; ++stride) {
+        std::vector<BlockSpec> blocks = stateBlocks<int16_t>();
+        blocks.insert(blocks.begin(), {block<int16_t>("source", Role::In, 2, [=](uint32_t n) {
+                                           const auto [low, high] = sourceReach(n, stride);
+                                           return static_cast<std::size_t>(high - low + 1);
+                                       }),
+                                       block<int16_t>("destination", Role::Out)});
+        const auto source = [=](const Blocks& b, uint32_t n) { return b.at<int16_t>(0) - sourceReach(n, stride).first; };
+        sweep({"MoveAndGetMinMaxAveRMS stride " + std::to_string(stride), blocks,
+               [=](const Blocks& b, uint32_t n) {
+                   StatsState<int16_t> s = stateOf<int16_t>(b, 2);
+                   qxcalcMoveAndGetMinMaxAveRMS_int16_t(b.at<int16_t>(1), source(b, n), n, &s.lo, &s.hi, &s.sum,
+                                                        &s.squares, offset, stride);
+                   storeState(b, 2, s);
+               },
+               [=](const Blocks& b, uint32_t n) {
+                   StatsState<int16_t> s = stateOf<int16_t>(b, 2);
+                   modelMove(b.at<int16_t>(1), source(b, n), n, s, offset, stride);
+                   storeState(b, 2, s);
+               },
+               countsAround({8}, 0, 80, {255, 256, 1000, 4099}), {DataSet::Specials}});
+    }
+}
+
+// The rules a host sees directly, independent of the models.
+
+TYPED_TEST(StatsTest, NaNAndSignedZerosFollowThePath)
+{
+    using T = TypeParam;
+    if constexpr (std::is_floating_point_v<T>) {
+        constexpr uint32_t L = StatsGeometry<T>::lanes;
+        const T nan = nanWithPayload<T>(5);
+        alignas(32) T v[2 * L];
+        T lo, hi;
+        // One at a time: a leading NaN stays, a later one is skipped; the earlier zero stays.
+        std::fill(v, v + L, T(3));
+        v[0] = nan;
+        callMinMax(v, L - 1, &lo, &hi);
+        EXPECT_TRUE(bitsOf(lo) == bitsOf(nan) && bitsOf(hi) == bitsOf(nan));
+        v[0] = T(3), v[L - 2] = nan;
+        callMinMax(v, L - 1, &lo, &hi);
+        EXPECT_TRUE(lo == T(3) && hi == T(3));
+        v[0] = T(0), v[1] = -T(0);
+        callMinMax(v, 2, &lo, &hi);
+        EXPECT_FALSE(std::signbit(lo) || std::signbit(hi));
+        // Vector lanes: a NaN is reported only from the last sample; the later zero wins a tie.
+        for (uint32_t i = 0; i < 2 * L; ++i) v[i] = T(1 + i % 3);
+        v[L] = nan;
+        callMinMax(v, 2 * L, &lo, &hi);
+        EXPECT_TRUE(lo == T(1) && hi == T(3));
+        v[2 * L - 1] = nan;
+        callMinMax(v, 2 * L, &lo, &hi);
+        EXPECT_TRUE(bitsOf(lo) == bitsOf(nan) && bitsOf(hi) == bitsOf(nan));
+        for (uint32_t i = 0; i < 2 * L; ++i) v[i] = i < L ? T(0) : -T(0);
+        callMinMax(v, 2 * L, &lo, &hi);
+        EXPECT_TRUE(std::signbit(lo) && std::signbit(hi));
+        // Negative-zero samples into a negative-zero sum: one at a time keeps
+        // -0; the vector lanes start at +0 and +0 + -0 is +0.
+        std::fill(v, v + 2 * L, -T(0));
+        for (const uint32_t n : {L - 1, L, 2 * L - 1}) {
+            StatsState<T> s{T(0), T(0), -0.0, -0.0};
+            callStats(v, n, s, -OffsetOf<T>(0));
+            EXPECT_EQ(std::signbit(s.sum), n < L) << n;
+            EXPECT_FALSE(std::signbit(s.squares)) << n;
+        }
+    }
+}
+
+TYPED_TEST(StatsTest, ShortBlocksContinueMinMaxLongBlocksReplaceThemCountZeroWritesNothing)
+{
+    using T = TypeParam;
+    constexpr uint32_t L = StatsGeometry<T>::lanes;
+    const std::vector<T> data = {T(10), T(20), T(30), T(40), T(15), T(25), T(35), T(45), T(12)};
+    StatsState<T> s{T(-100), T(100), doubleFromBits(0x7FF8000000000123), -0.0};
+    callStats(data.data(), 0, s, OffsetOf<T>(1));
+    EXPECT_TRUE(s.lo == T(-100) && s.hi == T(100) && bitsOf(s.sum) == 0x7FF8000000000123u && std::signbit(s.squares));
+    callStats(data.data(), L - 1, s, OffsetOf<T>(0));
+    EXPECT_TRUE(s.lo == T(-100) && s.hi == T(100));
+    callStats(data.data(), L, s, OffsetOf<T>(0));
+    EXPECT_EQ(s.lo, *std::min_element(data.begin(), data.begin() + L));
+    EXPECT_EQ(s.hi, *std::max_element(data.begin(), data.begin() + L));
+}
+
+// Integer samples with offset 0 have exact sums whatever the association, so
+// feeding a signal in one call or in uneven pieces gives identical totals.
+TYPED_TEST(StatsTest, IntegerValuedSignalFedInPiecesGivesTheSameTotals)
+{
+    using T = TypeParam;
+    std::vector<T> whole = randomSamples<T>(5000, 17, false);
+    for (T& x : whole) x = static_cast<T>(static_cast<int>(x) % 2000);
+    StatsState<T> once{T(0), T(0), 0, 0}, pieces = once;
+    callStats(whole.data(), 5000, once, OffsetOf<T>(0));
+    uint32_t at = 0;
+    for (const uint32_t piece : {9u, 3u, 1000u, 17u, 2500u, 1471u}) callStats(whole.data() + at, piece, pieces, OffsetOf<T>(0)), at += piece;
+    EXPECT_EQ(once.sum, pieces.sum);
+    EXPECT_EQ(once.squares, pieces.squares);
+}
+
+TEST(StatsInt16, ShortBlocksAddTheOffsetInSinglePrecision)
+{
+    // 3 + 0.1f is rounded to float one at a time; the vector lanes add the
+    // widened offset in double.
+    alignas(16) const int16_t v[8] = {3, 3, 3, 3, 3, 3, 3, 3};
+    const double single = static_cast<float>(3.0f + 0.1f), wide = 3.0 + static_cast<double>(0.1f);
+    StatsState<int16_t> s{0, 0, 0, 0};
+    qxcalcGetMinMaxAveRMS_int16_t(v, 1, &s.lo, &s.hi, &s.sum, &s.squares, 0.1f);
+    EXPECT_EQ(s.squares, single * single);
+    s = {0, 0, 0, 0};
+    qxcalcGetMinMaxAveRMS_int16_t(v, 8, &s.lo, &s.hi, &s.sum, &s.squares, 0.1f);
+    EXPECT_EQ(s.squares, 8 * (wide * wide));  // eight equal lanes reduce exactly
+}
+
+TEST(StatsFloat, InfiniteSampleUnderAMaskedLaneTurnsTheSumsIntoNaN)
+{
+    // 4 bytes past a 32-byte boundary the head mask keeps 7 samples and
+    // zeroes the lane of sample 7 (inf * 0), which the aligned body adds again.
+    alignas(32) float storage[24] = {};
+    float* block = storage + 1;
+    std::fill(block, block + 16, 1.0f);
+    block[7] = std::numeric_limits<float>::infinity();
+    StatsState<float> s{0, 0, 0, 0};
+    qxcalcGetMinMaxAveRMS_float(block, 16, &s.lo, &s.hi, &s.sum, &s.squares, 0.0f);
+    EXPECT_TRUE(std::isnan(s.sum) && std::isnan(s.squares));
+    s = {0, 0, 0, 0};
+    qxcalcGetMinMaxAveRMS_float(storage, 16, &s.lo, &s.hi, &s.sum, &s.squares, 0.0f);  // no masked lane
+    EXPECT_EQ(s.sum, std::numeric_limits<float>::infinity());
+}
+
+TEST(StatsDouble, TwoNaNPayloadsMeetInTheCallersOrder)
+{
+    const double incoming = doubleFromBits(0x7FF8000000000AAA), sample = doubleFromBits(0x7FF8000000000BBB);
+    for (const uint32_t n : {1u, 3u, 4u, 9u}) {
+        alignas(32) double v[9] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+        v[n - 1] = sample;
+        StatsState<double> s{0, 0, incoming, 0};
+        qxcalcGetMinMaxAveRMS_double(v, n, &s.lo, &s.hi, &s.sum, &s.squares, 0.0);
+        EXPECT_EQ(bitsOf(s.sum), bitsOf(n == 4 ? sample : incoming)) << n;  // 4: lanes first, then the caller's sum
+    }
+}
+
+TEST(MoveAndStats, IncomingMinMaxIgnoredContiguousKeptStridedAndOneChannelOfFour)
+{
+    alignas(16) int16_t source[4000];
+    for (int i = 0; i < 4000; ++i) source[i] = static_cast<int16_t>(i % 4 * 10000 + i / 4 - 500);
+    alignas(16) int16_t destination[1000];
+    StatsState<int16_t> s{-32768, 32767, 0, 0};
+    qxcalcMoveAndGetMinMaxAveRMS_int16_t(destination, source, 16, &s.lo, &s.hi, &s.sum, &s.squares, 0.0f, 1);
+    EXPECT_TRUE(s.lo == -500 && s.hi == 29503);
+    s = {0, 0, 0, 0};
+    qxcalcMoveAndGetMinMaxAveRMS_int16_t(destination, source + 1, 1000, &s.lo, &s.hi, &s.sum, &s.squares, 0.0f, 4);
+    for (int f = 0; f < 1000; ++f) ASSERT_EQ(destination[f], 10000 + f - 500) << f;
+    EXPECT_TRUE(s.lo == 0 && s.hi == 10499);  // the incoming 0 takes part on the strided path
+    EXPECT_EQ(s.sum, 1000 * 9500 + 999 * 1000 / 2);
+}
+
+TEST(GetVersion, ReportsOnePointFortyFourAndComparesLevelWithNine)
+{
+    for (const auto& [level, above] : {std::pair{9, 0}, {10, 1}, {-1, 0}, {std::numeric_limits<int32_t>::min(), 0}}) {
+        int32_t major = -1, minor = -1, levelAboveNine = -1;
+        qxcalcGetVersion(&major, &minor, level, &levelAboveNine);
+        EXPECT_TRUE(major == 1 && minor == 44 && levelAboveNine == above) << level;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,125 @@
+#include "support/sweep.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <set>
+#include <sstream>
+
+#include "support/guarded.h"
+
+namespace qxtest {
+
+std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first, uint32_t denseUpTo,
+                                   std::initializer_list<uint32_t> large)
+{
+    std::set<uint32_t> counts(large);
+    for (uint32_t n = first; n <= denseUpTo; ++n) counts.insert(n);
+    for (const uint32_t t : thresholds)
+        for (uint32_t n = t > 64 ? t - 64 : 0; n <= t + 64; ++n) counts.insert(n);
+    return {counts.lower_bound(first), counts.end()};
+}
+
+namespace {
+
+// The model's copy of a buffer, at the same address modulo 64 as the export's.
+struct ModelCopy {
+    std::vector<std::byte> storage;
+    std::byte* at = nullptr;
+    void mirror(const std::byte* of, std::size_t bytes)
+    {
+        storage.assign(bytes + 128, std::byte{0});
+        const auto misalign = reinterpret_cast<uintptr_t>(of) % 64;
+        at = storage.data() + (64 - reinterpret_cast<uintptr_t>(storage.data()) % 64) % 64 + misalign;
+        std::memcpy(at, of, bytes);
+    }
+};
+
+std::string hexBytes(const std::byte* p, std::size_t n)
+{
+    std::ostringstream s;
+    s << "0x" << std::hex;
+    for (std::size_t i = n; i-- > 0;) s << (std::to_integer<unsigned>(p[i]) >> 4) << (std::to_integer<unsigned>(p[i]) & 15);
+    return s.str();
+}
+
+}  // namespace
+
+std::string firstDifference(const std::string& name, const void* got, const void* want, std::size_t elements,
+                            std::size_t elementBytes)
+{
+    const auto* g = static_cast<const std::byte*>(got);
+    const auto* w = static_cast<const std::byte*>(want);
+    for (std::size_t i = 0; i < elements; ++i, g += elementBytes, w += elementBytes)
+        if (std::memcmp(g, w, elementBytes) != 0)
+            return "`" + name + "`[" + std::to_string(i) + "] is " + hexBytes(g, elementBytes) + ", want " +
+                   hexBytes(w, elementBytes);
+    return "";
+}
+
+void sweep(const SweepRow& row)
+{
+    const std::size_t nBlocks = row.blocks.size();
+    const uint32_t maxCount = *std::max_element(row.counts.begin(), row.counts.end());
+    std::vector<std::unique_ptr<GuardedArena>> arenas;
+    for (const BlockSpec& b : row.blocks) arenas.push_back(std::make_unique<GuardedArena>(b.elements(maxCount) * b.elementBytes + 64));
+
+    for (const DataSet set : row.dataSets) {
+        std::vector<std::vector<std::byte>> sources;
+        for (std::size_t i = 0; i < nBlocks; ++i) {
+            const BlockSpec& b = row.blocks[i];
+            sources.emplace_back(b.elements(maxCount) * b.elementBytes);
+            b.fill(sources.back().data(), b.elements(maxCount), set, static_cast<uint32_t>(7 * i + 3 + 101 * int(set)));
+        }
+        for (const uint32_t n : row.counts) {
+            // Start offsets of the swept buffers, counted as a mixed-radix number.
+            std::vector<unsigned> start(nBlocks, 0);
+            for (bool more = true; more;) {
+                for (const bool trailingFirst : {true, false}) {
+                    Blocks call, model;
+                    std::vector<ModelCopy> copies(nBlocks);
+                    std::ostringstream where;
+                    for (std::size_t i = 0; i < nBlocks; ++i) {
+                        const BlockSpec& b = row.blocks[i];
+                        const std::size_t bytes = b.elements(n) * b.elementBytes;
+                        const bool atEnd = !b.swept || ((i % 2 == 0) == trailingFirst);
+                        const unsigned misalign = start[i] * b.alignment;
+                        std::byte* p = atEnd ? arenas[i]->placeAgainstEnd(bytes, misalign)
+                                             : arenas[i]->placeAgainstStart(misalign);
+                        if (b.incoming) b.incoming(p);
+                        else std::memcpy(p, sources[i].data(), bytes);
+                        arenas[i]->poisonAround(p, bytes, b.poison[0], b.poison[1], b.elementBytes);
+                        copies[i].mirror(p, bytes);
+                        call.p.push_back(p);
+                        model.p.push_back(copies[i].at);
+                        if (b.swept) where << " `" << b.name << "` at +" << misalign << (atEnd ? " by the end fence" : " by the start fence") << ";";
+                    }
+                    row.model(model, n);
+                    const bool clean = runWithoutFault([&] { row.call(call, n); });
+                    std::string fault = clean ? "" : "faulted";
+                    for (std::size_t i = 0; i < nBlocks && fault.empty(); ++i) {
+                        const BlockSpec& b = row.blocks[i];
+                        if (!arenas[i]->poisonIntact()) fault = "wrote outside `" + b.name + "`";
+                        else fault = firstDifference(b.name, call.p[i], model.p[i], b.elements(n), b.elementBytes);
+                        if (!fault.empty() && b.role == Role::In) fault += " (an input was written)";
+                    }
+                    if (!fault.empty()) {
+                        ADD_FAILURE() << row.name << ", count " << n << ", "
+                                      << (set == DataSet::Plain ? "plain data" : "special values") << ";" << where.str()
+                                      << " " << fault;
+                        return;
+                    }
+                }
+                more = false;
+                for (std::size_t i = 0; i < nBlocks && !more; ++i) {
+                    const BlockSpec& b = row.blocks[i];
+                    if (b.swept && ++start[i] < 32 / b.alignment) more = true;
+                    else start[i] = 0;
+                }
+            }
+        }
+    }
+}
+
+}  // namespace qxtest
