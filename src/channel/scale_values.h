@@ -37,7 +37,8 @@ using Work = std::conditional_t<std::is_same_v<Raw, double>, double, Out>;
 // - plain double output, and double samples into float: from the first
 //   sample, unaligned stores;
 // - plain float output: from the first 32-byte boundary of the input for
-//   4-byte samples (whole-line loads), else of the output (aligned stores).
+//   4-byte samples (no load splits a cache line), else of the output
+//   (aligned stores).
 enum class PeelTo { Nothing, Input, Output };
 struct Walk {
     PeelTo peelTo;
@@ -71,11 +72,13 @@ struct ScalingLanes {
     QX_INLINE Vec apply(Vec x) const { return simd::addInOrder(simd::mulInOrder(x, scale), offset); }
 };
 
+// A plain loop: unrolled, the compiler would merge neighbouring stores into
+// unaligned vector stores.
 template <class Raw, class Out>
 QX_INLINE void scaleOneByOne(const Raw* raw, Out* out, uint32_t n, Scaling<Work<Raw, Out>> k)
 {
     using W = Work<Raw, Out>;
-    simd::forEachInOrder<4>(n, [&](uint32_t i) { out[i] = static_cast<Out>(k.apply(simd::convertOne<W>(raw[i]))); });
+    for (uint32_t i = 0; i < n; ++i) out[i] = static_cast<Out>(k.apply(simd::convertOne<W>(raw[i])));
 }
 
 // Eight samples: one float oct, or two double quads.
