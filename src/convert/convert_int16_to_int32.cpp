@@ -25,15 +25,9 @@ void convertInt16ToInt32(const int16_t* source, int32_t* destination, uint32_t c
 {
     if (count <= kOneByOneUpTo) return widenOneByOne(source, destination, count);
 
-    const auto body = simd::alignedBody<16, kStep>(destination, count);
-    widenOneByOne(source, destination, body.peel);
-    const int16_t* from = source + body.peel;
-    int32_t* to = destination + body.peel;
-    simd::forEachInOrder<8>(body.vectors, [&](uint32_t k) {
-        _mm_store_si128(reinterpret_cast<__m128i*>(to + k * kStep), simd::int32x4From(from + k * kStep));
-    });
-    const uint32_t done = body.peel + body.vectors * kStep;
-    widenOneByOne(source + done, destination + done, count - done);
+    simd::walkPeelStepsRest<8, 16, kStep>(
+        destination, count, [&](uint32_t i, uint32_t n) { widenOneByOne(source + i, destination + i, n); },
+        [&](uint32_t i) { _mm_store_si128(reinterpret_cast<__m128i*>(destination + i), simd::int32x4From(source + i)); });
 }
 
 }  // namespace

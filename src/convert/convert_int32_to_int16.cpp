@@ -32,17 +32,13 @@ void convertInt32ToInt16(const int32_t* source, int16_t* destination, uint32_t c
 {
     if (count <= kOneByOneUpTo) return narrowOneByOne(source, destination, count);
 
-    const auto body = simd::alignedBody<16, kStep>(source, count);
-    narrowOneByOne(source, destination, body.peel);
-    int16_t* to = destination + body.peel;
     const __m128i lowHalves = _mm_set1_epi32(0xFFFF);
-    simd::forEachInOrder<4>(body.vectors, [&](uint32_t k) {
-        const int32_t* p = body.first + k * kStep;
-        const __m128i packed = _mm_packus_epi32(low16Of(p, lowHalves), low16Of(p + 4, lowHalves));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + k * kStep), packed);
-    });
-    const uint32_t done = body.peel + body.vectors * kStep;
-    narrowOneByOne(source + done, destination + done, count - done);
+    simd::walkPeelStepsRest<4, 16, kStep>(
+        source, count, [&](uint32_t i, uint32_t n) { narrowOneByOne(source + i, destination + i, n); },
+        [&](uint32_t i) {
+            const __m128i packed = _mm_packus_epi32(low16Of(source + i, lowHalves), low16Of(source + i + 4, lowHalves));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(destination + i), packed);
+        });
 }
 
 }  // namespace

@@ -23,12 +23,12 @@ struct MultiplyPlan;
 template <>
 struct MultiplyPlan<float> {
     static constexpr uint32_t oneByOneUpTo = 8;
-    static constexpr bool alignedBody = true;
+    static constexpr std::size_t bodyAlignment = 32;  // aligned loads and stores
 };
 template <>
 struct MultiplyPlan<double> {
     static constexpr uint32_t oneByOneUpTo = 3;
-    static constexpr bool alignedBody = false;
+    static constexpr std::size_t bodyAlignment = sizeof(double);  // no peel: unaligned loads and stores
 };
 
 template <class T>
@@ -42,20 +42,16 @@ void multiplyVectorByScalar(T* samples, uint32_t count, T factor)
 {
     using L = simd::Lanes<T>;
     using Plan = MultiplyPlan<T>;
+    constexpr bool aligned = Plan::bodyAlignment == L::alignment;
     if (count <= Plan::oneByOneUpTo) return multiplyOneByOne(samples, count, factor);
 
-    const uint32_t peel = Plan::alignedBody ? simd::alignedBody<L::alignment, L::width>(samples, count).peel : 0;
-    multiplyOneByOne(samples, peel, factor);
-    T* body = samples + peel;
-    const uint32_t vectors = (count - peel) / L::width;
     const auto factors = L::broadcast(factor);
-    simd::forEachInOrder<8>(vectors, [&](uint32_t k) {
-        T* p = body + k * L::width;
-        const auto v = Plan::alignedBody ? L::load(p) : L::loadu(p);
-        simd::storeVector<Plan::alignedBody>(p, simd::mulInOrder(factors, v));
-    });
-    const uint32_t done = peel + vectors * L::width;
-    multiplyOneByOne(samples + done, count - done, factor);
+    simd::walkPeelStepsRest<8, Plan::bodyAlignment, L::width>(
+        samples, count, [&](uint32_t i, uint32_t n) { multiplyOneByOne(samples + i, n, factor); },
+        [&](uint32_t i) {
+            T* p = samples + i;
+            simd::storeVector<aligned>(p, simd::mulInOrder(factors, aligned ? L::load(p) : L::loadu(p)));
+        });
 }
 
 }  // namespace
