@@ -287,14 +287,17 @@ QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, i
 QXCALC_API void QXCALC_CALL qxcalcCAPV_log(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset, float reference);
-/* channel[i - first] = raw[i] - offset; reports the largest value and its index. */
+/* channel[i - first] = raw[i] - offset for first <= i < end; reports the largest
+ * value above 1.17549435e-38 and its raw index, or that value and 0xFFFFFFFF. */
 QXCALC_API void QXCALC_CALL qxCalcCACopyRawDataToChannels(const float* raw, float* channel,
                                                           uint32_t first, uint32_t end,
                                                           float offset, float* maxValue,
                                                           uint32_t* maxIndex);
-/* Narrows count doubles to floats in the same (16-byte aligned) buffer. */
+/* Narrows count doubles to floats at the start of the same buffer (16-byte aligned
+ * from 4 values), in the current rounding mode; bytes after the floats are kept. */
 QXCALC_API void QXCALC_CALL qxcalcCADoubleArrToSingleArrInplace(void* data, uint32_t count);
-/* Widens count floats to doubles in the same (32-byte aligned) buffer; returns data. */
+/* Widens count floats to doubles in the same buffer, 8 * count bytes long and
+ * 32-byte aligned from 8 values; returns data. */
 QXCALC_API double* QXCALC_CALL qxcalcCASingleArrToDoubleArrInplace(void* data, uint32_t count);
 /* Folds a new cycle into the cumulative mean curve; reports its largest value. */
 QXCALC_API void QXCALC_CALL qxCalcCAOverallPressure(const float* cycleValues,

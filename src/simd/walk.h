@@ -1,6 +1,6 @@
 // Walking a block: where its aligned body starts, how many whole vectors it
-// holds, an unrolled in-order loop over them, and the whole walk of a block
-// with its ragged ends.
+// holds, unrolled loops over them in either direction, and the whole walk of
+// a block with its ragged ends.
 #pragma once
 
 #include <cstddef>
@@ -53,6 +53,14 @@ QX_INLINE void forEachInOrder(std::uint32_t n, Step&& step)
     std::uint32_t i = 0;
     for (const std::uint32_t lead = n % Unroll; i < lead; ++i) step(i);
     for (; i < n; i += Unroll) detail::stepsInOrder(step, i, std::make_index_sequence<Unroll>{});
+}
+
+// Calls step(n - 1), step(n - 2), ... step(0) in that order, unrolled as
+// forEachInOrder: for in-place work whose output lands after its input.
+template <unsigned Unroll, class Step>
+QX_INLINE void forEachInReverse(std::uint32_t n, Step&& step)
+{
+    forEachInOrder<Unroll>(n, [&](std::uint32_t j) { step(n - 1 - j); });
 }
 
 // The walk of a block of `count` elements in three parts, in element order:
