@@ -91,12 +91,12 @@ typedef struct ChannelScaleParams_double {
 
 /* Scaled channel values, float output. */
 typedef struct ChannelScaleParams_float {
-    const void* rawData;
-    float* output;
-    float scale;
-    float offset;
-    int32_t count;
-    uint32_t sampleType;
+    const void* rawData;       /* first raw sample, naturally aligned for sampleType */
+    float* output;             /* count floats (32-byte aligned for _aligned_output) */
+    float scale;               /* widened to double for Double samples */
+    float offset;              /* likewise */
+    int32_t count;             /* <= 0 writes nothing */
+    uint32_t sampleType;       /* a RawSampleType code; > 8 writes nothing */
 } ChannelScaleParams_float;
 
 /* One block of an IIR section: history (x, y) beside coefficients (b, a). */
@@ -216,24 +216,32 @@ QXCALC_API void QXCALC_CALL qxcalcMoveAndGetMinMaxAveRMS_int16_t(
     int16_t* destination, const int16_t* source, uint32_t count, int16_t* minValue,
     int16_t* maxValue, double* sum, double* sumOfSquares, float offset, int32_t stride);
 
-/* ---- Vector scaling and integer width conversion ------------------------- */
+/* ---- Vector scaling and integer width conversion ---------------------------
+ * count 0 touches nothing; source and destination must not overlap. */
 
-/* destination[i] = source[i], sign-extended. */
+/* destination[i] = source[i], sign-extended (-1 stays -1), for i < count. */
 QXCALC_API void QXCALC_CALL qxcalcConvertInt16ToInt32(const int16_t* source, int32_t* destination,
                                                       uint32_t count);
-/* destination[i] = low 16 bits of source[i] (wraps, never saturates). */
+/* destination[i] = the low 16 bits of source[i]: wraps modulo 2^16 and never
+ * saturates (70000 -> 4464, -40000 -> 25536). */
 QXCALC_API void QXCALC_CALL qxcalcConvertInt32ToInt16(const int32_t* source, int16_t* destination,
                                                       uint32_t count);
-/* samples[i] = factor * samples[i], in place. */
+/* samples[i] = factor * samples[i] in place, one rounding each; of two NaNs
+ * the factor's payload survives. */
 QXCALC_API void QXCALC_CALL qxcalcMultiplyVectorByScalar_double(double* samples, uint32_t count,
                                                                 double factor);
 QXCALC_API void QXCALC_CALL qxcalcMultiplyVectorByScalar_float(float* samples, uint32_t count,
                                                                float factor);
 
 /* ---- Scaled channel values ------------------------------------------------
- * output[i] = converted rawData[i] * scale + offset for i < count. The
- * _aligned_output forms require a 32-byte aligned output and give the same
- * values. In place only when the raw format equals the output type. */
+ * output[i] = converted rawData[i] * scale + offset for i < count: multiply,
+ * then add, each rounded in the output's precision. Samples that precision
+ * cannot hold (Int32, UInt32, Int64 into float; Int64 into double) are rounded
+ * once, straight to it; the float forms scale Double samples in double and
+ * round only the result. count <= 0 or a
+ * sampleType above 8 writes nothing. In place only when the raw format equals
+ * the output type. The _aligned_output forms require a 32-byte aligned output
+ * and write the same bytes as their plain twins. */
 QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_double(
     const ChannelScaleParams_double* params);
 QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_double_aligned_output(
