@@ -31,7 +31,7 @@ using L = simd::Lanes<float>;
 
 constexpr int32_t kBlock = 32;
 constexpr int32_t kGroup = L::width;
-// Run 2 goes one product at a time when it is this short.
+// Run 2 goes one product at a time when it is shorter than this.
 constexpr int32_t kShortestAlignedRun = 8;
 
 struct DotSums {

@@ -56,6 +56,7 @@ QX_INLINE double limitNaNToUpper(double y)
 // General section with blocks B0..BN: each Bk takes the history of Bk+1 and
 // adds its weighted difference to the sum at once (Bk+1 is read before it is
 // overwritten, so BN's old history reaches BN-1), then BN takes the new input.
+// The walk is unrolled by eight and keeps the oldest-first order of the sum.
 double generalSection(IIRBlock* blocks, uint32_t newest, double u, double gain)
 {
     double acc = 0.0;
@@ -80,9 +81,8 @@ double secondOrderSection(IIRBlock* blocks, double u, double gain)
     return last.y;
 }
 
-double filterThroughSections(const IIRFilter& filter, double u)
+double filterThroughSections(const IIRFilter& filter, int32_t sectionCount, double u)
 {
-    const int32_t sectionCount = filter.sectionCount;
     const double* gains = filter.gains;
     IIRBlock* blocks = filter.sections;
     if (filter.coefficientCount == kSecondOrderBlockCount) {
@@ -99,8 +99,9 @@ double filterThroughSections(const IIRFilter& filter, double u)
 template <class T>
 T iirFilter(IIRFilter* filter, T sample)
 {
-    if (filter->sectionCount < 1) return sample;
-    return static_cast<T>(filterThroughSections(*filter, sample));
+    const int32_t sectionCount = filter->sectionCount;
+    if (sectionCount < 1) return sample;
+    return static_cast<T>(filterThroughSections(*filter, sectionCount, sample));
 }
 
 }  // namespace
