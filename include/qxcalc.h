@@ -99,25 +99,29 @@ typedef struct ChannelScaleParams_float {
     uint32_t sampleType;       /* a RawSampleType code; > 8 writes nothing */
 } ChannelScaleParams_float;
 
-/* One block of an IIR section: history (x, y) beside coefficients (b, a). */
+/* One block of an IIR section: history (x, y) beside coefficients (b, a), so
+ * that each pair moves or multiplies as one 16-byte unit. */
 typedef struct IIRBlock {
-    double x QXCALC_ALIGN8; /* input history (section input after its gain) */
-    double y QXCALC_ALIGN8; /* output history */
-    double b QXCALC_ALIGN8; /* feed-forward coefficient for x */
-    double a QXCALC_ALIGN8; /* feedback coefficient for y (subtracted) */
+    double x QXCALC_ALIGN8; /* input history: the section's input after its gain */
+    double y QXCALC_ALIGN8; /* output history: the section's output */
+    double b QXCALC_ALIGN8; /* feed-forward coefficient for x; never moves */
+    double a QXCALC_ALIGN8; /* feedback coefficient for y (subtracted); unused in the newest block */
 } IIRBlock;
 
-/* An IIR cascade owned by the caller. */
+/* An IIR cascade owned by the caller. A section's blocks run from the oldest
+ * sample (first) to the newest (last); zero the x/y history to start a stream. */
 typedef struct IIRFilter {
-    int32_t coefficientCount; /* 3 selects the second-order path */
-    int32_t sectionCount;     /* < 1 passes the sample through */
-    int32_t order;            /* blocks per section - 1, general path only */
+    int32_t coefficientCount; /* 3: second-order sections of three blocks; else general */
+    int32_t sectionCount;     /* sections in the cascade; < 1 passes the sample through */
+    int32_t order;            /* general path: order + 1 blocks per section (1 if <= 0) */
     uint32_t reserved;        /* not read */
-    const double* gains;      /* one input gain per section */
-    IIRBlock* sections;       /* blocks end to end, oldest first; 16-byte aligned */
+    const double* gains;      /* one input gain per section, read only */
+    IIRBlock* sections;       /* the sections' blocks end to end, section 0 first;
+                                 read and written; 16-byte aligned */
 } IIRFilter;
 
-/* Pink-noise filter state: eight doubles, zero at the start of a stream. */
+/* Pink-noise filter state: eight doubles, zero at the start of a stream; any
+ * alignment. Updated by every call. */
 typedef struct PinkFilterState {
     double s[8] QXCALC_ALIGN8;
 } PinkFilterState;
@@ -253,12 +257,17 @@ QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_float_aligned_outp
 
 /* ---- IIR, pink-noise and FIR filters --------------------------------------- */
 
-/* Pushes one sample through the caller's IIR cascade; returns the output. */
+/* Pushes one sample through the caller's cascade (in double) and returns the
+ * last section's output; every section output is held within +/-1e10, a NaN one
+ * stays NaN on general sections, becomes +1e10 on second-order ones. */
 QXCALC_API float QXCALC_CALL qxcalcIIRFilter_float(IIRFilter* filter, float sample);
 QXCALC_API double QXCALC_CALL qxcalcIIRFilter_double(IIRFilter* filter, double sample);
-/* Turns one white-noise sample into one pink-noise sample. */
+/* Turns one white-noise sample into one pink-noise sample with a fixed bank of
+ * eight first-order sections whose state the caller keeps. */
 QXCALC_API double QXCALC_CALL qxcalcPinkFilter_double(PinkFilterState* state, double white);
-/* Dot product of taps with the ring history, oldest sample at history[position]. */
+/* One FIR output: sum of taps[k] * history[(position + k) mod length] in
+ * single precision, history[position] being the oldest sample of the ring.
+ * Reads only; 0 <= position <= length; its rounding depends on the taps' address. */
 QXCALC_API float QXCALC_CALL qxcalcFIRFilter_float(const float* history, const float* taps,
                                                    int32_t length, int32_t position);
 

@@ -2,8 +2,8 @@
 // both operands of an x86 add or multiply are NaN the result carries the first
 // operand's payload; compilers treat both operations as commutative and may
 // swap the operands, so arithmetic whose order the library promises (sum + x,
-// factor * x, x * scale + offset) goes through these helpers, which pin the
-// first operand.
+// factor * x, sample * tap, x * scale + offset) goes through these helpers,
+// which pin the first operand.
 #pragma once
 
 #include "simd/lanes.h"
@@ -20,10 +20,12 @@ namespace qx::simd {
 
 QX_IN_ORDER(addInOrder, float, "vaddss")
 QX_IN_ORDER(addInOrder, double, "vaddsd")
+QX_IN_ORDER(addInOrder, __m128d, "vaddpd")
 QX_IN_ORDER(addInOrder, __m256, "vaddps")
 QX_IN_ORDER(addInOrder, __m256d, "vaddpd")
 QX_IN_ORDER(mulInOrder, float, "vmulss")
 QX_IN_ORDER(mulInOrder, double, "vmulsd")
+QX_IN_ORDER(mulInOrder, __m128d, "vmulpd")
 QX_IN_ORDER(mulInOrder, __m256, "vmulps")
 QX_IN_ORDER(mulInOrder, __m256d, "vmulpd")
 
