@@ -1,0 +1,35 @@
+# Joins the lines of the benchmark table's program run on three builds
+# (arguments: linux-x64, linux-i386, DLL) into one markdown table. The x64
+# file's "#" lines (machine, peer kernels) come first, as a list.
+BEGIN { FS = "\t" }
+FNR == 1 { build++ }
+/^#/ { if (build == 1) print "- " substr($0, 3); next }
+{
+    key = $2 SUBSEP $3
+    if (build == 1 && !(key in unit)) { order[++rows] = key; family[key] = $1; job[key] = $2; size[key] = $3; unit[key] = $4 }
+    variant = $5
+    if (variant == "ours") { rate[key, build] = $6; next }
+    if (build != 1) next
+    if (variant ~ /^bound:/) { variant = substr(variant, 7); bound[key] = $6; boundName[key] = variant }
+    if (variant == "read" || variant == "memcpy" || variant == "scalar") { ref[key, variant] = $6; next }
+    if (variant ~ /^peer:/ && $6 + 0 > peer[key] + 0) { peer[key] = $6; peerName[key] = substr(variant, 6) }
+}
+function num(x) { return x == "" ? "-" : sprintf("%.3g", x) }
+function ratio(a, b) { return (a == "" || b == "" || b + 0 == 0) ? "-" : sprintf("%.2f", a / b) }
+function sizeName(bytes) { return bytes >= 1048576 ? bytes / 1048576 " MiB" : bytes / 1024 " KiB" }
+function cell(key, name) { v = num(ref[key, name]); return boundName[key] == name ? "**" v "**" : v }
+END {
+    print ""
+    print "| job | size | unit | x64 | i386 | DLL | i386/x64 | DLL/x64 | read | memcpy | x64/bound | best peer | peer | x64/peer | plain loop | x64/plain |"
+    print "|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|---|"
+    for (r = 1; r <= rows; r++) {
+        k = order[r]
+        if (family[k] != lastFamily) { print "| **" family[k] "** |||||||||||||||"; lastFamily = family[k] }
+        x64 = rate[k, 1]
+        printf "| %s | %s | %s | %s | %s | %s | %s | %s | %s | %s | %s | %s | %s | %s | %s | %s |\n",
+            job[k], sizeName(size[k]), unit[k], num(x64), num(rate[k, 2]), num(rate[k, 3]),
+            ratio(rate[k, 2], x64), ratio(rate[k, 3], x64), cell(k, "read"), cell(k, "memcpy"), ratio(x64, bound[k]),
+            (k in peerName) ? peerName[k] : "-", num(peer[k]), ratio(x64, peer[k]), num(ref[k, "scalar"]),
+            ratio(x64, ref[k, "scalar"])
+    }
+}

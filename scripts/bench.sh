@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Prints the benchmark table (markdown): every export family's jobs at 16 KiB,
+# 256 KiB and 64 MiB on three release builds side by side (linux-x64,
+# linux-i386, and the Windows DLL's own code loaded into an i386 process by
+# the tests' PE loader), with the x64 build next to a streaming read and a
+# memcpy of the same block, the peer libraries doing the same job (VOLK,
+# liquid-dsp, libsamplerate) and the plain loop a host would write.
+# Builds go to build/bench/; the runs' raw lines stay there (*.tsv).
+# Extra arguments go to every run (e.g. --match Stats).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 binutils-mingw-w64-i686 \
+    libvolk2-dev libliquid-dev libsamplerate0-dev >&2
+out=build/bench
+configure() {  # configure DIR [CMAKE ARGS...]
+    local dir=$1
+    shift
+    cmake -S . -B "$out/$dir" -DCMAKE_BUILD_TYPE=Release -DQXCALC_BUILD_TESTS=OFF -DQXCALC_BUILD_EXAMPLES=OFF \
+        "$@" >/dev/null
+}
+build() { cmake --build "$out/$1" --target "$2" -j"$(nproc)" >/dev/null; }
+
+configure x64 -DQXCALC_BUILD_BENCH=ON
+configure i386 --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON
+configure dll --toolchain cmake/mingw-i686.cmake
+build dll qxcalc-avx
+configure dll-bench --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON \
+    -DQXCALC_DLL_UNDER_TEST="$PWD/$out/dll/qxcalc-avx.dll"
+for dir in x64 i386 dll-bench; do build $dir qxcalc_table; done
+
+echo "# load before the runs: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores" >"$out/x64.tsv"
+"$out/x64/bench/qxcalc_table" "$@" >>"$out/x64.tsv"
+"$out/i386/bench/qxcalc_table" --ours-only "$@" >"$out/i386.tsv"
+"$out/dll-bench/bench/qxcalc_table" --ours-only "$@" >"$out/dll.tsv"
+echo "# load after the runs: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$out/x64.tsv"
+awk -f bench/table/join.awk "$out/x64.tsv" "$out/i386.tsv" "$out/dll.tsv"
