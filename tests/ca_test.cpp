@@ -6,6 +6,7 @@
 #include <xmmintrin.h>
 
 #include <cmath>
+#include <limits>
 #include <vector>
 
 #include "qxcalc.h"
@@ -133,6 +134,15 @@ TYPED_TEST(CAFilterTest, NewestSampleMeetsTheFirstCoefficientAtAnyStart)
             for (uint32_t i = 0; i < n; ++i) exact += samples[newest - i] * coefficients[2 * i];
             ASSERT_EQ(callFilter(samples + newest, n, coefficients.data(), 2), exact) << newest << " " << n;
         }
+}
+
+TEST(CAFilter, SampleUnderAZeroLaneIsZeroedBeforeItsCoefficient)
+{
+    // Starting 4 bytes past a 16-byte boundary the head keeps three samples and
+    // zeroes samples[4], which the body counts: its product overflows there only.
+    alignas(16) float samples[8] = {1, 1, 1, 1, 1e30f, 1, 1, 1};
+    const float coefficients[7] = {1, 1, 1, 1e30f, 1, 1, 1};
+    EXPECT_EQ(qxcalcCACalcFilter_float(samples + 7, 7, coefficients, 1), std::numeric_limits<float>::infinity());
 }
 
 TEST(CAAverage, BothFormsMatchTheirModelsAcrossTheHandOff)
