@@ -256,12 +256,10 @@ QXCALC_API float QXCALC_CALL qxcalcFIRFilter_float(const float* history, const f
 
 /* ---- Cycle analysis ------------------------------------------------------- */
 
-/* Centred moving average over w = windowLength | 1 samples: output[j] is the
- * mean of input[j-w/2 .. j+w/2], the first and last w/2 outputs repeat the
- * nearest full mean. input and output must not overlap; count < w writes
- * nothing. The mean slides as ((m * w + entering) - leaving) / w. The vector
- * form runs five segments from fresh sums (its last bits differ) and hands
- * count < 64 or windowLength > count / 32 to the sequential _scalar form. */
+/* Centred moving average over w = windowLength | 1 samples, slid as ((m * w + entering) - leaving) / w;
+ * the ends repeat the nearest mean. count < w writes nothing; input and output must not overlap.
+ * The vector form slides five segments from fresh sums (last bits differ) when count >= 64 and
+ * windowLength <= count / 32, else it runs _scalar. */
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double(const double* input, double* output,
                                                          uint16_t windowLength, uint32_t count);
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double_scalar(const double* input,
@@ -279,10 +277,9 @@ QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, 
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int32_t(const int32_t* samples, uint32_t count,
                                                         const float* coefficients,
                                                         uint32_t stride);
-/* Pressure-volume axis positions: output[i] = input[i] * scale + offset,
- * rounded and clamped to [minValue, maxValue]. Under 8 values halves round away
- * from zero and maxValue wins a crossed range; from 8 on the caller's rounding
- * mode applies (ties to even by default) and minValue wins. */
+/* Pressure-volume axis positions: input[i] * scale + offset, rounded and clamped to [minValue,
+ * maxValue]. Under 8 values halves round away from zero and maxValue wins a crossed range; from 8
+ * on the caller's rounding mode applies (ties to even by default) and minValue wins. */
 QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset);

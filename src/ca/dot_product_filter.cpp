@@ -18,8 +18,9 @@
 // - tail: the last block of the range, times a mask keeping the 1..block-1
 //   samples the body left;
 // - the lanes reduce as (l0 + l2) + (l1 + l3).
-// The masks multiply the samples before their coefficients, so an infinite
-// sample under a 0.0 lane makes the sum NaN.
+// The masks multiply the samples before their coefficients: an infinite
+// sample under a 0.0 lane makes the sum NaN, while a finite one whose product
+// overflows adds 0.0 there and its infinite product only where it counts.
 
 #include <cstddef>
 #include <type_traits>
