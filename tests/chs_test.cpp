@@ -15,6 +15,7 @@
 #include "qxcalc.h"
 #include "support/bits.h"
 #include "support/lane_model.h"
+#include "support/sweep.h"
 
 using namespace qxtest;
 
@@ -134,11 +135,8 @@ Result stop(CHSInterpolator* h)
     if (buffer == nullptr) buffer = got.output;
     if (got.output != buffer) return ::testing::AssertionFailure() << "output buffer moved";
     if (got.count != want.size()) return ::testing::AssertionFailure() << "count " << got.count << ", want " << want.size();
-    for (uint32_t i = 0; i < got.count; ++i)
-        if (bitsOf(got.output[i]) != bitsOf(want[i]))
-            return ::testing::AssertionFailure() << "output " << i << " of " << got.count << ": " << std::hex
-                                                 << bitsOf(got.output[i]) << ", want " << bitsOf(want[i]);
-    return ::testing::AssertionSuccess();
+    const std::string difference = firstDifference("output", got.output, want.data(), got.count, sizeof(float));
+    return difference.empty() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << difference;
 }
 
 // Plain samples within +-1e6; wild streams also carry NaNs (quiet and

@@ -26,6 +26,7 @@
 #include <type_traits>
 
 #include "qxcalc.h"
+#include "simd/convert.h"
 #include "simd/masks.h"
 #include "simd/ordered.h"
 #include "simd/reduce.h"
@@ -42,18 +43,12 @@ struct SampleBlock {
     static constexpr uint32_t groups = width / 4;
     static constexpr uint32_t lastOneByOne = width - 1;  // taps up to which the sum runs one at a time
 
-    // Group G (0, or 1 for int16_t) of the block at p as four floats; int16_t
-    // groups are sign-extended straight from their eight bytes.
+    // Group G (0, or 1 for int16_t) of the block at p as four floats.
     template <uint32_t G, bool Aligned>
     static QX_INLINE __m128 group(const T* p)
     {
         if constexpr (std::is_same_v<T, float>) return Aligned ? _mm_load_ps(p) : _mm_loadu_ps(p);
-        else if constexpr (std::is_same_v<T, int32_t>) {
-            const auto* v = reinterpret_cast<const __m128i*>(p);
-            return _mm_cvtepi32_ps(Aligned ? _mm_load_si128(v) : _mm_loadu_si128(v));
-        } else {
-            return _mm_cvtepi32_ps(_mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p + 4 * G))));
-        }
+        else return _mm_cvtepi32_ps(simd::int32x4From(p + 4 * G));
     }
 };
 

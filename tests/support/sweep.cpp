@@ -44,20 +44,19 @@ std::string hexBytes(const std::byte* p, std::size_t n)
     return s.str();
 }
 
-// Where the export's result differs from the model's, or "" when it does not.
-std::string firstDifference(const BlockSpec& spec, const std::byte* got, const std::byte* want, std::size_t elements)
+}  // namespace
+
+std::string firstDifference(const std::string& name, const void* got, const void* want, std::size_t elements,
+                            std::size_t elementBytes)
 {
-    for (std::size_t i = 0; i < elements; ++i) {
-        const std::size_t at = i * spec.elementBytes;
-        if (std::memcmp(got + at, want + at, spec.elementBytes) != 0)
-            return "`" + spec.name + "`[" + std::to_string(i) + "] is " + hexBytes(got + at, spec.elementBytes) +
-                   ", want " + hexBytes(want + at, spec.elementBytes) +
-                   (spec.role == Role::In ? " (an input was written)" : "");
-    }
+    const auto* g = static_cast<const std::byte*>(got);
+    const auto* w = static_cast<const std::byte*>(want);
+    for (std::size_t i = 0; i < elements; ++i, g += elementBytes, w += elementBytes)
+        if (std::memcmp(g, w, elementBytes) != 0)
+            return "`" + name + "`[" + std::to_string(i) + "] is " + hexBytes(g, elementBytes) + ", want " +
+                   hexBytes(w, elementBytes);
     return "";
 }
-
-}  // namespace
 
 void sweep(const SweepRow& row)
 {
@@ -102,7 +101,8 @@ void sweep(const SweepRow& row)
                     for (std::size_t i = 0; i < nBlocks && fault.empty(); ++i) {
                         const BlockSpec& b = row.blocks[i];
                         if (!arenas[i]->poisonIntact()) fault = "wrote outside `" + b.name + "`";
-                        else fault = firstDifference(b, call.p[i], model.p[i], b.elements(n));
+                        else fault = firstDifference(b.name, call.p[i], model.p[i], b.elements(n), b.elementBytes);
+                        if (!fault.empty() && b.role == Role::In) fault += " (an input was written)";
                     }
                     if (!fault.empty()) {
                         ADD_FAILURE() << row.name << ", count " << n << ", "

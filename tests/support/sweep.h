@@ -92,6 +92,10 @@ struct SweepRow {
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first = 0,
                                    uint32_t denseUpTo = 300, std::initializer_list<uint32_t> large = {1000, 4099, 10000});
 
+// "" when `elements` elements agree bit for bit, else the first that differs.
+std::string firstDifference(const std::string& name, const void* got, const void* want, std::size_t elements,
+                            std::size_t elementBytes);
+
 // Runs the row's sweep; the first difference fails the current test with the
 // row, count, data set and placements named.
 void sweep(const SweepRow& row);
