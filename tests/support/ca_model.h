@@ -67,9 +67,8 @@ float modelFilter(const T* oldest, uint32_t n, const float* c, std::ptrdiff_t st
     return addX86(addX86(lanes[0], lanes[2]), addX86(lanes[1], lanes[3]));
 }
 
-// The moving averages over w = windowLength | 1 (counts below w write
-// nothing): _scalar slides once from a running mean; the vector form, from 64
-// samples and windows up to n / 32, slides five segments from plain sums.
+// The moving averages over w = windowLength | 1 (counts below w write nothing): _scalar slides once from a
+// running mean; the vector form, from 64 samples and windows up to n / 32, five segments from plain sums.
 inline void modelAverage(const double* in, double* out, uint16_t windowLength, uint32_t n, bool vectorForm)
 {
     const uint32_t w = windowLength | 1u, half = w / 2, seg = (n + 4) / 5, segments = vectorForm && n >= 64 && windowLength <= n / 32 ? 5 : 1;
@@ -87,8 +86,7 @@ inline void modelAverage(const double* in, double* out, uint16_t windowLength, u
     std::fill(out + n - 1 - half, out + n, m);
 }
 
-// The cumulative mean: whole blocks of 8 in double with lane maxima from the
-// smallest normal float, the rest in float against the stored maximum.
+// The cumulative mean: blocks of 8 in double, lane maxima from the smallest normal; the rest in float.
 inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_t cycles, float* maxValue)
 {
     float lanes[8] = {};
