@@ -10,7 +10,8 @@
 //   samples[0] * coefficients[0] + 0.0, then each further product in order.
 // More taps run forwards through memory from the oldest sample in four float
 // lanes (int16_t: blocks of eight, two groups of four into the same lanes),
-// the coefficients gathered one by one because of the stride:
+// the coefficients gathered one by one because of the stride (read as one
+// vector at stride 1):
 // - head: the first block, unaligned, times a 0/1 mask keeping the samples
 //   before the first 16-byte boundary (the whole block when the oldest sample
 //   sits on one);
@@ -53,29 +54,35 @@ struct SampleBlock {
 };
 
 // The next four coefficients down the table from `at`, one stride apart;
-// `at` moves past them.
+// `at` moves past them. At stride 1 they are one vector read in reverse.
+template <bool Contiguous>
 QX_INLINE __m128 nextCoefficients(const float*& at, std::ptrdiff_t stride)
 {
-    const float c0 = *at;
-    const float c1 = *(at -= stride);
-    const float c2 = *(at -= stride);
-    const float c3 = *(at -= stride);
-    at -= stride;
-    return _mm_setr_ps(c0, c1, c2, c3);
+    if constexpr (Contiguous) {
+        at -= 4;
+        return _mm_permute_ps(_mm_loadu_ps(at + 1), _MM_SHUFFLE(0, 1, 2, 3));
+    } else {
+        const float c0 = *at;
+        const float c1 = *(at -= stride);
+        const float c2 = *(at -= stride);
+        const float c3 = *(at -= stride);
+        at -= stride;
+        return _mm_setr_ps(c0, c1, c2, c3);
+    }
 }
 
 constexpr uint32_t clampToGroup(int32_t lanes) { return lanes < 0 ? 0 : lanes > 4 ? 4 : static_cast<uint32_t>(lanes); }
 
 // Four float lane sums; `coefficient` walks down the table, one stride per
 // sample, as the blocks walk forwards through the samples.
-template <class T>
+template <class T, bool Contiguous>
 struct FilterLanes {
     using Block = SampleBlock<T>;
     __m128 sum;
     std::ptrdiff_t stride;
     const float* coefficient;
 
-    QX_INLINE void addProducts(__m128 x) { sum = simd::addInOrder(sum, simd::mulInOrder(x, nextCoefficients(coefficient, stride))); }
+    QX_INLINE void addProducts(__m128 x) { sum = simd::addInOrder(sum, simd::mulInOrder(x, nextCoefficients<Contiguous>(coefficient, stride))); }
     // The aligned block at p.
     QX_INLINE void add(const T* p)
     {
@@ -102,14 +109,14 @@ float filterOneByOne(const T* samples, uint32_t count, const float* coefficients
     return sum;
 }
 
-template <class T>
+template <class T, bool Contiguous>
 float filterByLanes(const T* samples, uint32_t count, const float* coefficients, std::ptrdiff_t stride)
 {
     using Block = SampleBlock<T>;
     constexpr int32_t W = Block::width;
     const T* oldest = samples + 1 - static_cast<std::ptrdiff_t>(count);
     const auto coefficientOfTap = [&](uint32_t i) { return coefficients + static_cast<std::ptrdiff_t>(i) * stride; };
-    FilterLanes<T> lanes{_mm_setzero_ps(), stride, coefficientOfTap(count - 1)};
+    FilterLanes<T, Contiguous> lanes{_mm_setzero_ps(), stride, coefficientOfTap(count - 1)};
 
     const uint32_t peel = simd::countBeforeBoundary<16>(oldest);
     const int32_t head = peel == 0 ? W : static_cast<int32_t>(peel);
@@ -133,7 +140,8 @@ float filter(const T* samples, uint32_t count, const float* coefficients, uint32
 {
     if (count == 0) return 0.0f;
     if (count <= SampleBlock<T>::lastOneByOne) return filterOneByOne(samples, count, coefficients, stride);
-    return filterByLanes(samples, count, coefficients, stride);
+    if (stride == 1) return filterByLanes<T, true>(samples, count, coefficients, stride);
+    return filterByLanes<T, false>(samples, count, coefficients, stride);
 }
 
 }  // namespace
