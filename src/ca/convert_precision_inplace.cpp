@@ -21,6 +21,7 @@
 #include <cstring>
 
 #include "qxcalc.h"
+#include "simd/aligned.h"
 #include "simd/walk.h"
 #include "simd/widen.h"
 
@@ -53,7 +54,7 @@ void narrowInPlace(void* data, uint32_t count)
     const uint32_t blocks = count / kNarrowBlock;
     simd::forEachInOrder<8>(blocks, [&](uint32_t k) {
         const uint32_t i = k * kNarrowBlock;
-        _mm_store_ps(floats + i, _mm256_cvtpd_ps(_mm256_loadu_pd(doubles + i)));
+        simd::storeAligned(floats + i, _mm256_cvtpd_ps(_mm256_loadu_pd(doubles + i)));
     });
     const uint32_t done = blocks * kNarrowBlock;
     for (uint32_t j = 0; j < count % kNarrowBlock; ++j)
@@ -71,9 +72,9 @@ double* widenInPlace(void* data, uint32_t count)
     }
     simd::forEachInReverse<4>(blocks, [&](uint32_t k) {
         const uint32_t i = k * kWidenBlock;
-        const simd::DoubleQuads quads = simd::widenFloat8(_mm256_load_ps(floats + i));
-        _mm256_store_pd(doubles + i + 4, quads.high);
-        _mm256_store_pd(doubles + i, quads.low);
+        const simd::DoubleQuads quads = simd::widenFloat8(simd::loadAlignedFloat8(floats + i));
+        simd::storeAligned(doubles + i + 4, quads.high);
+        simd::storeAligned(doubles + i, quads.low);
     });
     return doubles;
 }

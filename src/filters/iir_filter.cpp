@@ -17,6 +17,7 @@
 // The two kinds round differently on the same coefficients; both are kept.
 
 #include "qxcalc.h"
+#include "simd/aligned.h"
 #include "simd/ordered.h"
 #include "simd/walk.h"
 
@@ -29,15 +30,15 @@ using simd::mulInOrder;
 constexpr int32_t kSecondOrderBlockCount = 3;
 constexpr double kOutputLimit = 1e10;
 
-QX_INLINE __m128d historyOf(const IIRBlock& block) { return _mm_load_pd(&block.x); }
-QX_INLINE void setHistory(IIRBlock& block, __m128d xy) { _mm_store_pd(&block.x, xy); }
+QX_INLINE __m128d historyOf(const IIRBlock& block) { return simd::loadAlignedDouble2(&block.x); }
+QX_INLINE void setHistory(IIRBlock& block, __m128d xy) { simd::storeAligned(&block.x, xy); }
 
 // Moves the history pair of `from` into `to` and returns (b*x, a*y) of `to`.
 QX_INLINE __m128d shiftAndWeigh(IIRBlock& to, const IIRBlock& from)
 {
     const __m128d xy = historyOf(from);
     setHistory(to, xy);
-    return mulInOrder(_mm_load_pd(&to.b), xy);
+    return mulInOrder(simd::loadAlignedDouble2(&to.b), xy);
 }
 
 QX_INLINE double firstMinusSecond(__m128d pair) { return _mm_cvtsd_f64(pair) - _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)); }

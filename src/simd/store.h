@@ -4,28 +4,28 @@
 // the current rounding mode) and fills four floats.
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/aligned.h"
 
 namespace qx::simd {
 
 template <bool Aligned>
 QX_INLINE void storeVector(float* p, __m256 v)
 {
-    if constexpr (Aligned) _mm256_store_ps(p, v);
+    if constexpr (Aligned) storeAligned(p, v);
     else _mm256_storeu_ps(p, v);
 }
 
 template <bool Aligned>
 QX_INLINE void storeVector(double* p, __m256d v)
 {
-    if constexpr (Aligned) _mm256_store_pd(p, v);
+    if constexpr (Aligned) storeAligned(p, v);
     else _mm256_storeu_pd(p, v);
 }
 
 template <bool Aligned>
 QX_INLINE void storeVector(float* p, __m256d v)
 {
-    if constexpr (Aligned) _mm_store_ps(p, _mm256_cvtpd_ps(v));
+    if constexpr (Aligned) storeAligned(p, _mm256_cvtpd_ps(v));
     else _mm_storeu_ps(p, _mm256_cvtpd_ps(v));
 }
 
