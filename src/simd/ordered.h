@@ -20,11 +20,13 @@ namespace qx::simd {
 
 QX_IN_ORDER(addInOrder, float, "vaddss")
 QX_IN_ORDER(addInOrder, double, "vaddsd")
+QX_IN_ORDER(addInOrder, __m128, "vaddps")
 QX_IN_ORDER(addInOrder, __m128d, "vaddpd")
 QX_IN_ORDER(addInOrder, __m256, "vaddps")
 QX_IN_ORDER(addInOrder, __m256d, "vaddpd")
 QX_IN_ORDER(mulInOrder, float, "vmulss")
 QX_IN_ORDER(mulInOrder, double, "vmulsd")
+QX_IN_ORDER(mulInOrder, __m128, "vmulps")
 QX_IN_ORDER(mulInOrder, __m128d, "vmulpd")
 QX_IN_ORDER(mulInOrder, __m256, "vmulps")
 QX_IN_ORDER(mulInOrder, __m256d, "vmulpd")
