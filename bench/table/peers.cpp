@@ -32,7 +32,7 @@ const char* picked(const char* kernel, const volk_func_desc_t& desc)
 #define QX_VOLK_KERNELS(X)                                                                                             \
     X(volk_32f_index_min_32u) X(volk_32f_index_max_32u) X(volk_32f_stddev_and_mean_32f_x2)                           \
     X(volk_32f_s32f_multiply_32f) X(volk_16i_s32f_convert_32f) X(volk_32i_s32f_convert_32f) X(volk_32f_convert_64f) \
-    X(volk_64f_convert_32f) X(volk_32f_x2_dot_prod_32f) X(volk_32f_s32f_add_32f) X(volk_32f_log2_32f)
+    X(volk_64f_convert_32f) X(volk_32f_x2_dot_prod_32f) X(volk_32f_s32f_add_32f) X(volk_32f_log2_32f) X(volk_32f_s32f_convert_32i)
 
 void printPeerKernels()
 {
