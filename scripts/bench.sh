@@ -5,8 +5,11 @@
 # the tests' PE loader), with the x64 build next to a streaming read and a
 # memcpy of the same block, the peer libraries doing the same job (VOLK,
 # liquid-dsp, libsamplerate) and the plain loop a host would write.
-# Builds go to build/bench/; the runs' raw lines stay there (*.tsv).
-# Extra arguments go to every run (e.g. --match Stats).
+# The three programs run in ROUNDS interleaved rounds (default 2) and every
+# cell keeps its best round, so that a burst of other work on a shared machine
+# does not land in one build's column only. Builds go to build/bench/; the
+# runs' raw lines stay there (*.tsv). Extra arguments go to every run (e.g.
+# --match Stats).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 binutils-mingw-w64-i686 \
@@ -15,7 +18,7 @@ out=build/bench
 configure() {  # configure DIR [CMAKE ARGS...]
     local dir=$1
     shift
-    cmake -S . -B "$out/$dir" -DCMAKE_BUILD_TYPE=Release -DQXCALC_BUILD_TESTS=OFF -DQXCALC_BUILD_EXAMPLES=OFF \
+    cmake -S . -B "$out/$dir" --no-warn-unused-cli -DCMAKE_BUILD_TYPE=Release -DQXCALC_BUILD_TESTS=OFF -DQXCALC_BUILD_EXAMPLES=OFF \
         "$@" >/dev/null
 }
 build() { cmake --build "$out/$1" --target "$2" -j"$(nproc)" >/dev/null; }
@@ -28,9 +31,15 @@ configure dll-bench --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON \
     -DQXCALC_DLL_UNDER_TEST="$PWD/$out/dll/qxcalc-avx.dll"
 for dir in x64 i386 dll-bench; do build $dir qxcalc_table; done
 
-echo "# load before the runs: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores" >"$out/x64.tsv"
-"$out/x64/bench/qxcalc_table" "$@" >>"$out/x64.tsv"
-"$out/i386/bench/qxcalc_table" --ours-only "$@" >"$out/i386.tsv"
-"$out/dll-bench/bench/qxcalc_table" --ours-only "$@" >"$out/dll.tsv"
-echo "# load after the runs: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$out/x64.tsv"
-awk -f bench/table/join.awk "$out/x64.tsv" "$out/i386.tsv" "$out/dll.tsv"
+files=()
+for round in $(seq "${ROUNDS:-2}"); do
+    {
+        [ "$round" -gt 1 ] || echo "# load before the runs: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
+        "$out/x64/bench/qxcalc_table" "$@"
+    } >"$out/x64-$round.tsv"
+    "$out/i386/bench/qxcalc_table" --ours-only "$@" >"$out/i386-$round.tsv"
+    "$out/dll-bench/bench/qxcalc_table" --ours-only "$@" >"$out/dll-$round.tsv"
+    files+=("$out/x64-$round.tsv" "$out/i386-$round.tsv" "$out/dll-$round.tsv")
+done
+echo "# load after the runs: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$out/x64-1.tsv"
+awk -f bench/table/join.awk "${files[@]}"

@@ -21,7 +21,7 @@ namespace {
 
 constexpr float kSmallestNormal = 1.17549435e-38f;
 
-__attribute__((noinline)) void plainCopyRaw(const float* raw, float* channel, uint32_t n, float offset)
+__attribute__((noipa)) void plainCopyRaw(const float* raw, float* channel, uint32_t n, float offset)
 {
     float best = kSmallestNormal;
     uint32_t at = 0xFFFFFFFF;
@@ -35,7 +35,7 @@ __attribute__((noinline)) void plainCopyRaw(const float* raw, float* channel, ui
 // Element i of the buffer read as From and written as To: front to back when
 // narrowing, back to front when widening (memcpy: the two types alias).
 template <class From, class To>
-__attribute__((noinline)) void plainInPlace(void* data, uint32_t n)
+__attribute__((noipa)) void plainInPlace(void* data, uint32_t n)
 {
     auto* bytes = static_cast<unsigned char*>(data);
     for (uint32_t k = 0; k < n; ++k) {
@@ -52,7 +52,7 @@ float dotFilter(const int16_t* x, uint32_t n, const float* c, uint32_t stride) {
 float dotFilter(const int32_t* x, uint32_t n, const float* c, uint32_t stride) { return qxcalcCACalcFilter_int32_t(x, n, c, stride); }
 
 template <class T>
-__attribute__((noinline)) float plainDotFilter(const T* newest, uint32_t n, const float* c, uint32_t stride)
+__attribute__((noipa)) float plainDotFilter(const T* newest, uint32_t n, const float* c, uint32_t stride)
 {
     float sum = 0;
     for (uint32_t i = 0; i < n; ++i) sum += static_cast<float>(newest[-static_cast<int32_t>(i)]) * c[i * stride];
@@ -90,7 +90,7 @@ Row dotFilterRow(const char* job, uint32_t stride)
 }
 
 // The mean over a window sliding one sample at a time, as a host keeps it.
-__attribute__((noinline)) void plainMovingAverage(const double* in, double* out, uint32_t w, uint32_t n)
+__attribute__((noipa)) void plainMovingAverage(const double* in, double* out, uint32_t w, uint32_t n)
 {
     const uint32_t half = w / 2;
     double sum = 0;
@@ -123,7 +123,7 @@ Row movingAverageRow(const char* job)
 
 // Axis positions over a range of 0 .. 1000 pixels.
 template <bool logarithmic>
-__attribute__((noinline)) void plainAxis(const float* x, uint32_t n, int32_t* out, float scale, float offset, float reference)
+__attribute__((noipa)) void plainAxis(const float* x, uint32_t n, int32_t* out, float scale, float offset, float reference)
 {
     for (uint32_t i = 0; i < n; ++i) {
         const float v = logarithmic ? std::log10(std::max(x[i] / reference, 1e-9f)) * scale + offset : x[i] * scale + offset;
@@ -214,7 +214,7 @@ Row inPlaceRow(const char* job)
 
 // The curves stay the same from run to run: the overall mean of a curve with
 // itself, and a running sum whose leaving cycle equals the entering one.
-__attribute__((noinline)) void plainOverall(const float* cycle, float* overall, uint32_t n, uint64_t cycles)
+__attribute__((noipa)) void plainOverall(const float* cycle, float* overall, uint32_t n, uint64_t cycles)
 {
     float best = kSmallestNormal;
     for (uint32_t i = 0; i < n; ++i) {
@@ -224,7 +224,7 @@ __attribute__((noinline)) void plainOverall(const float* cycle, float* overall, 
     keep(best);
 }
 
-__attribute__((noinline)) void plainRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n,
+__attribute__((noipa)) void plainRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n,
                                             uint32_t window)
 {
     for (uint32_t i = 0; i < n; ++i) {

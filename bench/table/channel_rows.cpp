@@ -24,7 +24,7 @@ void scale(const ChannelScaleParams_double* p)
 }
 
 template <class Raw, class Out>
-__attribute__((noinline)) void plainScale(const Raw* raw, Out* out, uint32_t n, Out scale, Out offset)
+__attribute__((noipa)) void plainScale(const Raw* raw, Out* out, uint32_t n, Out scale, Out offset)
 {
     for (uint32_t i = 0; i < n; ++i) out[i] = static_cast<Out>(raw[i]) * scale + offset;
 }

@@ -21,7 +21,7 @@ struct PlainCatmullRom {
     std::vector<float> out = std::vector<float>(2 * kBlock + 8);
     uint32_t filled = 1;  // window[0] stands in for the first sample's predecessor
 
-    __attribute__((noinline)) uint32_t feed(const float* x, uint32_t n)
+    __attribute__((noipa)) uint32_t feed(const float* x, uint32_t n)
     {
         std::copy(x, x + n, window.begin() + filled);
         const uint32_t end = filled + n;

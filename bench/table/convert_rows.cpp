@@ -16,13 +16,13 @@ void convert(const int32_t* from, int16_t* to, uint32_t n) { qxcalcConvertInt32T
 void convert(const int16_t* from, int32_t* to, uint32_t n) { qxcalcConvertInt16ToInt32(from, to, n); }
 
 template <class T>
-__attribute__((noinline)) void plainMultiply(T* x, uint32_t n, T factor)
+__attribute__((noipa)) void plainMultiply(T* x, uint32_t n, T factor)
 {
     for (uint32_t i = 0; i < n; ++i) x[i] = factor * x[i];
 }
 
 template <class From, class To>
-__attribute__((noinline)) void plainConvert(const From* from, To* to, uint32_t n)
+__attribute__((noipa)) void plainConvert(const From* from, To* to, uint32_t n)
 {
     for (uint32_t i = 0; i < n; ++i) to[i] = static_cast<To>(from[i]);
 }

@@ -35,7 +35,7 @@ struct PlainHistory {
     double h[kSections][4] = {};  // x1, x2, y1, y2 of each section
 };
 
-__attribute__((noinline)) double plainIir(PlainHistory& history, double u)
+__attribute__((noipa)) double plainIir(PlainHistory& history, double u)
 {
     for (auto& h : history.h) {
         const double x = u * kGain;
@@ -46,7 +46,7 @@ __attribute__((noinline)) double plainIir(PlainHistory& history, double u)
     return u;
 }
 
-__attribute__((noinline)) double plainPink(double (&s)[8], double white)
+__attribute__((noipa)) double plainPink(double (&s)[8], double white)
 {
     static constexpr double a[8] = {0.99886, 0.99332, 0.969, 0.8665, 0.55, -0.7616, 0, 0};
     static constexpr double k[8] = {0.0555179, 0.0750759, 0.153852, 0.3104856, 0.5329522, -0.016898, 0.115926, 0.5362};
@@ -55,7 +55,7 @@ __attribute__((noinline)) double plainPink(double (&s)[8], double white)
     return sum;
 }
 
-__attribute__((noinline)) float plainFir(const float* history, const float* taps, int32_t length, int32_t position)
+__attribute__((noipa)) float plainFir(const float* history, const float* taps, int32_t length, int32_t position)
 {
     float sum = 0;
     for (int32_t k = 0; k < length - position; ++k) sum += taps[k] * history[position + k];

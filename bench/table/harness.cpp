@@ -85,7 +85,7 @@ double secondsPerRun(const Run& run, const Run& restore)
 // flight) reads up to a tenth faster on some machines: the reference is the
 // faster of the two.
 template <int chains>
-__attribute__((noinline)) void streamRead(const void* data, std::size_t bytes)
+__attribute__((noipa)) void streamRead(const void* data, std::size_t bytes)
 {
     const auto* p = static_cast<const float*>(data);
     __m256 acc[chains];

@@ -1,17 +1,20 @@
-# Joins the lines of the benchmark table's program run on three builds
-# (arguments: linux-x64, linux-i386, DLL) into one markdown table. The x64
-# file's "#" lines (machine, peer kernels) come first, as a list.
+# Joins the lines of the benchmark table's program into one markdown table.
+# Arguments: the runs' files in rounds of three builds (linux-x64, linux-i386,
+# DLL); each cell keeps the best rate of its rounds, so that a round slowed
+# by other work on the machine does not count. The first file's "#" lines
+# (machine, load, peer kernels) come first, as a list.
 BEGIN { FS = "\t" }
-FNR == 1 { build++ }
-/^#/ { if (build == 1) print "- " substr($0, 3); next }
+FNR == 1 { file++; build = (file - 1) % 3 + 1 }
+/^#/ { if (file == 1) print "- " substr($0, 3); next }
+function best(old, new) { return old == "" || new + 0 > old + 0 ? new : old }
 {
     key = $2 SUBSEP $3
     if (build == 1 && !(key in unit)) { order[++rows] = key; family[key] = $1; job[key] = $2; size[key] = $3; unit[key] = $4 }
     variant = $5
-    if (variant == "ours") { rate[key, build] = $6; next }
+    if (variant == "ours") { rate[key, build] = best(rate[key, build], $6); next }
     if (build != 1) next
-    if (variant ~ /^bound:/) { variant = substr(variant, 7); bound[key] = $6; boundName[key] = variant }
-    if (variant == "read" || variant == "memcpy" || variant == "scalar") { ref[key, variant] = $6; next }
+    if (variant ~ /^bound:/) { variant = substr(variant, 7); bound[key] = best(bound[key], $6); boundName[key] = variant }
+    if (variant == "read" || variant == "memcpy" || variant == "scalar") { ref[key, variant] = best(ref[key, variant], $6); next }
     if (variant ~ /^peer:/ && $6 + 0 > peer[key] + 0) { peer[key] = $6; peerName[key] = substr(variant, 6) }
 }
 function num(x) { return x == "" ? "-" : sprintf("%.3g", x) }

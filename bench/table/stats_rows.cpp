@@ -34,7 +34,7 @@ void getStats(const double* x, uint32_t n, double* lo, double* hi, double* s, do
 
 // The plain loops: one running minimum, maximum and pair of double sums.
 template <class T>
-__attribute__((noinline)) void plainMinMax(const T* x, uint32_t n, T* lo, T* hi)
+__attribute__((noipa)) void plainMinMax(const T* x, uint32_t n, T* lo, T* hi)
 {
     T a = x[0], b = x[0];
     for (uint32_t i = 1; i < n; ++i) {
@@ -45,7 +45,7 @@ __attribute__((noinline)) void plainMinMax(const T* x, uint32_t n, T* lo, T* hi)
 }
 
 template <class T>
-__attribute__((noinline)) void plainStats(const T* x, uint32_t n, T* lo, T* hi, double* sum, double* squares,
+__attribute__((noipa)) void plainStats(const T* x, uint32_t n, T* lo, T* hi, double* sum, double* squares,
                                           double offset)
 {
     plainMinMax(x, n, lo, hi);
@@ -58,7 +58,7 @@ __attribute__((noinline)) void plainStats(const T* x, uint32_t n, T* lo, T* hi, 
     *sum = s, *squares = q;
 }
 
-__attribute__((noinline)) void plainMoveAndStats(int16_t* to, const int16_t* from, uint32_t n, int32_t stride)
+__attribute__((noipa)) void plainMoveAndStats(int16_t* to, const int16_t* from, uint32_t n, int32_t stride)
 {
     int16_t lo = from[0], hi = from[0];
     double sum = 0, squares = 0;
