@@ -256,14 +256,21 @@ QXCALC_API float QXCALC_CALL qxcalcFIRFilter_float(const float* history, const f
 
 /* ---- Cycle analysis ------------------------------------------------------- */
 
-/* Centred moving average of odd window over input (must not overlap output). */
+/* Centred moving average over w = windowLength | 1 samples: output[j] is the
+ * mean of input[j-w/2 .. j+w/2], the first and last w/2 outputs repeat the
+ * nearest full mean. input and output must not overlap; count < w writes
+ * nothing. The mean slides as ((m * w + entering) - leaving) / w. The vector
+ * form runs five segments from fresh sums (its last bits differ) and hands
+ * count < 64 or windowLength > count / 32 to the sequential _scalar form. */
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double(const double* input, double* output,
                                                          uint16_t windowLength, uint32_t count);
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double_scalar(const double* input,
                                                                 double* output,
                                                                 uint16_t windowLength,
                                                                 uint32_t count);
-/* Sum of samples[-i] * coefficients[i * stride], samples pointing at the newest. */
+/* One FIR output: sum of float(samples[-i]) * coefficients[i * stride] for
+ * i < count, samples pointing at the newest sample; single precision, 0.0 for
+ * count 0. Reads only samples[1-count .. 0] and the coefficients used. */
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_float(const float* samples, uint32_t count,
                                                       const float* coefficients, uint32_t stride);
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, uint32_t count,
@@ -272,10 +279,15 @@ QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, 
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int32_t(const int32_t* samples, uint32_t count,
                                                         const float* coefficients,
                                                         uint32_t stride);
-/* Pressure-volume axis positions: rounded, clamped to [minValue, maxValue]. */
+/* Pressure-volume axis positions: output[i] = input[i] * scale + offset,
+ * rounded and clamped to [minValue, maxValue]. Under 8 values halves round away
+ * from zero and maxValue wins a crossed range; from 8 on the caller's rounding
+ * mode applies (ties to even by default) and minValue wins. */
 QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset);
+/* The same on a logarithmic axis: fast log10(input[i] / reference) * scale +
+ * offset, ratios floored at 1.0e-9 (nine decades; from 8 values on NaN too). */
 QXCALC_API void QXCALC_CALL qxcalcCAPV_log(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset, float reference);
@@ -288,12 +300,18 @@ QXCALC_API void QXCALC_CALL qxCalcCACopyRawDataToChannels(const float* raw, floa
 QXCALC_API void QXCALC_CALL qxcalcCADoubleArrToSingleArrInplace(void* data, uint32_t count);
 /* Widens count floats to doubles in the same (32-byte aligned) buffer; returns data. */
 QXCALC_API double* QXCALC_CALL qxcalcCASingleArrToDoubleArrInplace(void* data, uint32_t count);
-/* Folds a new cycle into the cumulative mean curve; reports its largest value. */
+/* Folds a new cycle into the cumulative mean curve of end - first positions:
+ * overall = (overall * cycleCount + cycle) / (cycleCount + 1), whole blocks
+ * of 8 in double, the rest in float. *maxValue receives the curve's largest
+ * value above 1.17549435e-38 (that value when none is larger). */
 QXCALC_API void QXCALC_CALL qxCalcCAOverallPressure(const float* cycleValues,
                                                     float* overallValues, uint32_t first,
                                                     uint32_t end, uint64_t cycleCount,
                                                     float* maxValue);
-/* Folds a new cycle into the windowed running sum and mean. */
+/* Folds a new cycle into the running sum and mean over the last windowCycles
+ * cycles, last - first + 1 positions: cycleCount 0 copies the cycle, below
+ * windowCycles adds it, from then on adds it and subtracts leavingValues (the
+ * cycle folded in windowCycles calls earlier). */
 QXCALC_API void QXCALC_CALL qxCalcCARunningVal(const float* cycleValues,
                                                const float* leavingValues, float* sumValues,
                                                float* meanValues, uint32_t first, uint32_t last,

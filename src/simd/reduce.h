@@ -45,4 +45,11 @@ QX_INLINE double sumLanesHalving(__m256d v)
     return reduceHalving<Lanes<double>>(v, [](__m256d a, __m256d b) { return addInOrder(a, b); });
 }
 
+// ((s0 + s2) + (s1 + s3)) of four float lanes.
+QX_INLINE float sumLanesHalving(__m128 v)
+{
+    v = addInOrder(v, _mm_movehl_ps(v, v));
+    return _mm_cvtss_f32(addInOrder(v, _mm_permute_ps(v, 1)));
+}
+
 }  // namespace qx::simd
