@@ -1,12 +1,13 @@
-// Graph helpers: random mapping records and bitmaps swept against the scalar
-// models (every point count, start offset and fence), then the worked cases
-// a host sees directly.
+// Graph helpers: random mapping records and bitmaps swept against scalar models
+// written from the library's contract, then worked cases a host sees.
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <random>
+#include <tuple>
 
 #include "qxcalc.h"
-#include "support/graph_model.h"
+#include "support/ca_model.h"
 #include "support/sweep.h"
 
 using namespace qxtest;
@@ -15,179 +16,160 @@ namespace {
 
 std::size_t pointsOf(uint32_t pointsLeft) { return pointsLeft >= 4 ? 4 : 1; }
 
-BlockSpec fixed(BlockSpec b)  // one placement, against its end fence
+// Pixel x and y of point k at the record's position, on the path that pointsLeft selects.
+void mapPointModel(const GraphMapping& m, uint32_t k)
 {
-    b.swept = false;
-    return b;
+    const bool four = m.pointsLeft >= 4;
+    const auto log = [four](double v) { return four ? fastLog10LanesModel(static_cast<float>(v)) : fastLog10Model(static_cast<float>(v)); };
+    const auto along = [](double v, double start, double end, double empty) { return end - start == 0 ? empty : (v - start) / (end - start); };
+    const auto limit = [](double u) { return u <= 1e6 ? std::max(u, -1e6) : 1e6; };
+    const double index = four ? static_cast<int32_t>(m.index + k) : static_cast<double>(m.index);
+    const double x = m.xSource == 0 ? index : m.xSource == 1 ? m.xValues[m.index + k] : m.xSource == 2 ? index * m.xScale + m.xOffset : four ? 0.0 : m.xMin;
+    const double lx = (four ? x > m.xLogMin : x > 0) ? log(x) : m.xLogMin;
+    const double u = limit(m.xAxisType == 0 ? along(x, m.xMin, m.xMax, m.xMin) : m.xAxisType == 1 ? along(lx, m.xLogMin, m.xLogMax, m.xLogMin) : x);
+    const double y = (m.ySampleType == 5 ? static_cast<const float*>(m.ySamples)[k] : static_cast<const double*>(m.ySamples)[k]) * m.yScale + m.yOffset;
+    const double ly = (four ? y > m.yLogMin : y > 0) ? log(y) : m.yLogMin;
+    const double db = !(y > (four ? 1e-9 : 0.0)) ? -400.0 : four ? 20.0 * log(y / m.dbReference) : 20.0f * log(y / m.dbReference);
+    const double v = m.yAxisType == 0 ? limit(along(y, m.yMin, m.yMax, m.yMin)) : m.yAxisType == 1 ? limit(along(ly, m.yLogMin, m.yLogMax, m.yLogMin))
+                   : !four && m.yMax - m.yMin == 0 ? 0.0 : limit(along(db, m.yMin, m.yMax, m.yMin));
+    const auto pixel = [four](int32_t from, int32_t span, double t, int sign) {
+        if (four) return static_cast<int32_t>(std::clamp(from + sign * std::nearbyint(span * t), -32768.0, 32767.0));
+        const auto offset = static_cast<uint32_t>(toInt32OrMin(span * t + 0.5));  // INT32_MIN out of range; the sum wraps
+        return std::clamp(static_cast<int32_t>(static_cast<uint32_t>(from) + sign * offset), -32768, 32767);
+    };
+    m.xPixelsOut[k] = pixel(m.left, m.right - m.left, u, 1), m.yPixelsOut[k] = pixel(m.bottom, m.bottom - m.top, v, -1);
+    *m.pointCountOut = static_cast<uint32_t>(pointsOf(m.pointsLeft));
 }
 
-GraphMapping randomRecord(uint32_t seed)
+// Lane bests carried over all rows and merged after each row; then the row's tail.
+void findCursorModel(const uint32_t* pixels, int32_t stride, int32_t width, int32_t height, int32_t cursorX, int32_t cursorY,
+                     uint32_t* colour, int32_t* foundX, int32_t* foundY, uint32_t ignoredColour)
 {
-    std::mt19937 rng(seed);
-    const auto pick = [&](std::initializer_list<double> v) { return v.begin()[rng() % v.size()]; };
-    const auto end = [&](double start, std::initializer_list<double> span) { return rng() % 5 ? start + pick(span) : start; };
+    const auto drawn = [&](uint32_t p) { return p != 0 && p != 0x010000 && p != 0x808080 && p != 0x848284 && p != ignoredColour; };
+    const auto wrap = [](int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); };
+    struct Found { float d; uint32_t colour; int32_t x, y; } best{FLT_MAX, *colour, *foundX, *foundY}, lane[4] = {best, best, best, best};
+    const int32_t grouped = width > 0 ? width / 4 * 4 : 0;
+    for (int32_t r = 0; r < height; ++r) {
+        const uint32_t* row = pixels - static_cast<ptrdiff_t>(r) * (stride / 4);
+        const int32_t dy = wrap(int64_t{cursorY} - r);
+        for (int32_t x = 0; x < grouped; ++x) {
+            // Lanes 1 and 3 borrow from lanes 0 and 2 when the cursor is below their x (unsigned); dy^2 is an int32 product.
+            const auto dx = static_cast<float>(wrap(int64_t{cursorX} - x - (x % 2 && static_cast<uint32_t>(cursorX) < static_cast<uint32_t>(x - 1))));
+            const float d = dx * dx + static_cast<float>(wrap(int64_t{dy} * dy));
+            if (drawn(row[x]) && d <= lane[x % 4].d) lane[x % 4] = {d, row[x], x, r};
+        }
+        for (const Found& l : lane) best = best.d > l.d ? l : best;
+        for (int32_t i = 0; grouped + i < width; ++i) {
+            const auto dx = static_cast<float>(wrap(int64_t{cursorX} - i)), fdy = static_cast<float>(dy);
+            if (drawn(row[grouped + i]) && best.d > dx * dx + fdy * fdy) best = {dx * dx + fdy * fdy, row[grouped + i], i, r};
+        }
+    }
+    *colour = best.colour, *foundX = best.x, *foundY = best.y;
+}
+
+// Axes wide, empty, and narrow around typical logarithms, where one unit in the last place of a logarithm moves the pixel.
+GraphMapping randomRecord(std::mt19937& rng)
+{
+    using Choices = std::initializer_list<double>;
+    const auto pick = [&](Choices v) { return v.begin()[rng() % v.size()]; };
+    const auto axis = [&](double& start, double& end, Choices starts, Choices spans) { start = pick(starts), end = rng() % 5 ? start + pick(spans) : start; };
     GraphMapping m{};
     m.xSource = rng() % 4, m.ySampleType = rng() % 2 ? 5 : 7, m.xAxisType = rng() % 3, m.yAxisType = rng() % 3;
     m.index = m.xSource == 1 ? rng() % 4 : rng() % 2 ? rng() % 1000 : rng();
     for (int16_t* p : {&m.left, &m.top, &m.right, &m.bottom}) *p = static_cast<int16_t>(rng() % 3 ? rng() % 2000 : rng());
-    m.xScale = pick({0.5, -3.25, 1e-3}), m.xOffset = pick({0.0, 10.5, -1e5});
+    m.xScale = pick({0.5, -3.25, 1e-3}), m.xOffset = pick({0.0, 10.5, -1e5}), m.dbReference = pick({1.0, 1e-3, 2e-5});
     m.yScale = pick({1.0, 1e-6, -2.5, 1e-15}), m.yOffset = pick({0.0, 3.5, -1e-9});
-    // Axes wide and narrow; the narrow ones around typical logarithms show
-    // a one-unit difference in the last place of the logarithm.
-    m.xMin = pick({0.0, -100.0, 1e3}), m.xMax = end(m.xMin, {1e3, 1.0, 5e5});
-    m.xLogMin = pick({-3.0, 0.0, 5.9}), m.xLogMax = end(m.xLogMin, {2.0, 6.0, 1e-4});
-    m.yMin = pick({-120.0, 1e-9, 150.0}), m.yMax = end(m.yMin, {140.0, 1e-6, 1e-3});
-    m.yLogMin = pick({-12.0, -9.0, 5.9}), m.yLogMax = end(m.yLogMin, {6.0, 12.0, 1e-4});
-    m.dbReference = pick({1.0, 1e-3, 2e-5});
+    axis(m.xMin, m.xMax, {0.0, -100.0, 1e3}, {1e3, 1.0, 5e5}), axis(m.xLogMin, m.xLogMax, {-3.0, 0.0, 5.9}, {2.0, 6.0, 1e-4});
+    axis(m.yMin, m.yMax, {-120.0, 1e-9, 150.0}, {140.0, 1e-6, 1e-3}), axis(m.yLogMin, m.yLogMax, {-12.0, -9.0, 5.9}, {6.0, 12.0, 1e-4});
     return m;
 }
 
 TEST(GetXYValGraph2D, RandomRecordsMatchTheModelOnBothPaths)
 {
-    for (uint32_t seed = 0; seed < 400; ++seed) {
-        const GraphMapping record = randomRecord(seed);
-        const bool floats = record.ySampleType == 5;
-        const auto readsX = [&](uint32_t n) { return record.xSource == 1 ? record.index + pointsOf(n) : 1; };
-        const auto bind = [&](const Blocks& b, uint32_t n) {
+    std::mt19937 rng(5);
+    for (int r = 0; r < 400 && !HasFailure(); ++r) {
+        const GraphMapping record = randomRecord(rng);
+        const auto bind = [record](const Blocks& b, uint32_t n) {
             GraphMapping m = record;
-            m.pointsLeft = n, m.ySamples = b.p[0], m.xValues = b.at<double>(1);
-            m.xPixelsOut = b.at<int32_t>(2), m.yPixelsOut = b.at<int32_t>(3), m.pointCountOut = b.at<uint32_t>(4);
-            return m;
+            m.pointsLeft = n, m.ySamples = b.p[0], m.xValues = b.at<double>(1), m.xPixelsOut = b.at<int32_t>(2), m.yPixelsOut = b.at<int32_t>(3);
+            return m.pointCountOut = b.at<uint32_t>(4), m;
         };
-        sweep({"GetXYValGraph2D record " + std::to_string(seed),
-               {floats ? block<float>("ySamples", Role::In, 4, pointsOf) : block<double>("ySamples", Role::In, 8, pointsOf),
-                block<double>("xValues", Role::In, 8, readsX), fixed(block<int32_t>("xPixels", Role::Out, 4, pointsOf)),
-                fixed(block<int32_t>("yPixels", Role::Out, 4, pointsOf)), scalar<uint32_t>("pointCount", Role::Out, 77)},
-               [&](const Blocks& b, uint32_t n) {
-                   const GraphMapping m = bind(b, n);
-                   qxcalcGetXYValGraph2D(&m);
-               },
-               [&](const Blocks& b, uint32_t n) {
-                   const GraphMapping m = bind(b, n);
-                   for (uint32_t k = 0; k < pointsOf(n); ++k) {
-                       const PixelXY p = mapPointModel(m, k, n >= 4);
-                       m.xPixelsOut[k] = p.x, m.yPixelsOut[k] = p.y;
-                   }
-                   *m.pointCountOut = static_cast<uint32_t>(pointsOf(n));
-               },
-               {0, 1, 3, 4, 5, 9}});
-        if (HasFailure()) return;
+        const auto pixels = [](const char* name) { BlockSpec b = block<int32_t>(name, Role::Out, 4, pointsOf); return b.swept = false, b; };
+        sweep({"GetXYValGraph2D record " + std::to_string(r),
+               {record.ySampleType == 5 ? block<float>("ySamples", Role::In, 4, pointsOf) : block<double>("ySamples", Role::In, 8, pointsOf),
+                block<double>("xValues", Role::In, 8, [&](uint32_t n) { return record.xSource == 1 ? record.index + pointsOf(n) : 1; }),
+                pixels("xPixels"), pixels("yPixels"), scalar<uint32_t>("pointCount", Role::Out, 77)},
+               [=](const Blocks& b, uint32_t n) { const GraphMapping m = bind(b, n); qxcalcGetXYValGraph2D(&m); },
+               [=](const Blocks& b, uint32_t n) { for (uint32_t k = 0; k < pointsOf(n); ++k) mapPointModel(bind(b, n), k); }, {0, 1, 3, 4, 5, 9}});
     }
 }
 
 TEST(GetXYValGraph2D, PathsRoundTestDomainsAndTreatZeroRangesTheirOwnWay)
 {
-    EXPECT_NEAR(fastLog10Model(10.0f, false), 1.0000156f, 1e-7);  // the model's logarithm, at the contract's values
-    EXPECT_NEAR(fastLog10Model(0.5f, true), -0.30103001f, 1e-7);
-    EXPECT_NEAR(fastLog10Model(0.0f, false), -38.2308f, 1e-4);
-
     alignas(32) double xs[4] = {0.5, 0.5, 0.5, 0.5}, ys[4] = {0, 5e-10, 0, 5e-10};
     int32_t px[4], py[4];
     uint32_t count = 0;
     GraphMapping m{};
     m.xSource = 1, m.xValues = xs, m.right = 5, m.xMax = 1;  // (right - left) * u = 2.5
-    m.yAxisType = 2, m.dbReference = 1, m.yScale = 1, m.yMin = -500, m.top = 20, m.bottom = 220;  // dB: -400 at v = 0.2
+    m.yAxisType = 2, m.dbReference = 1, m.yScale = 1, m.yMin = -500, m.top = 20, m.bottom = 220;  // -400 dB: v = 0.2
     m.xPixelsOut = px, m.yPixelsOut = py, m.pointCountOut = &count;
     const auto map = [&](uint32_t pointsLeft, uint32_t index) {
         m.pointsLeft = pointsLeft, m.index = index, m.ySamples = ys + index;
-        qxcalcGetXYValGraph2D(&m);
+        return qxcalcGetXYValGraph2D(&m), std::tuple{count, px[0], py[0]};
     };
-    map(3, 0);
-    EXPECT_TRUE(count == 1 && px[0] == 3 && py[0] == 180);
-    map(3, 1);  // 5e-10 is inside the one-point domain: about -186 dB
-    EXPECT_EQ(py[0], 220 - 126);
-    map(4, 0);
-    EXPECT_TRUE(count == 4 && px[0] == 2 && py[0] == 180 && py[1] == 180);
-    // Four-point decibels are 20 * log formed in double: on an axis starting
-    // exactly there, y = 10 lands at v = 0.
-    std::fill(ys, ys + 4, 10.0);
-    m.yMin = 20.0 * fastLog10Model(10.0f, true), m.yMax = m.yMin + 1e-9;
-    map(4, 0);
-    EXPECT_EQ(py[2], 220);
-
+    EXPECT_EQ(map(3, 0), std::tuple(1u, 3, 180));
+    EXPECT_EQ(map(3, 1), std::tuple(1u, 3, 220 - 126));  // 5e-10 is in the one-point domain: about -186 dB
+    EXPECT_TRUE(map(4, 0) == std::tuple(4u, 2, 180) && py[1] == 180);
     m.xMin = m.xMax = 0.25, m.right = 100, m.yMax = m.yMin = 0.5;  // zero ranges: u = xMin; v = 0, or yMin on four
-    map(1, 0);
-    EXPECT_TRUE(px[0] == 25 && py[0] == 220);
-    map(4, 0);
-    EXPECT_TRUE(px[3] == 25 && py[3] == 120);
-    m.xMin = m.xMax = -5e6;  // limited to -1e6, then to the pixel range
-    map(1, 0);
-    EXPECT_EQ(px[0], -32768);
-    map(4, 0);
-    EXPECT_EQ(px[0], -32768);
-}
-
-// Mostly ignored colours with a few drawn pixels (plain), or every ignored
-// colour densely mixed with drawn and near-ignored ones (specials).
-constexpr uint32_t kBackground = 0x00FFFFFF;
-void fillBitmap(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
-{
-    constexpr uint32_t kinds[] = {0, 0x010000, 0x808080, 0x848284, kBackground, 0x010001, 0x808081, 0xFF010000};
-    std::mt19937 rng(seed);
-    for (std::size_t i = 0; i < n; ++i) {
-        uint32_t p = kinds[rng() % 5];
-        if (rng() % (set == DataSet::Plain ? 40 : 2) == 0) p = rng() % 2 ? kinds[5 + rng() % 3] : static_cast<uint32_t>(rng());
-        std::memcpy(to + 4 * i, &p, 4);
+    EXPECT_EQ(map(1, 0), std::tuple(1u, 25, 220));
+    EXPECT_EQ(map(4, 0), std::tuple(4u, 25, 120));
+    // Each path's own logarithm (its two forms differ at 3) and decibel product: axes starting exactly there put 3 at 0.
+    std::fill(xs, xs + 4, 3.0), std::fill(ys, ys + 4, 3.0), m.xAxisType = 1;
+    for (const bool four : {false, true}) {
+        const float log3 = four ? fastLog10LanesModel(3.0f) : fastLog10Model(3.0f);
+        m.xLogMin = log3, m.xLogMax = log3 + 1e-9, m.yMin = four ? 20.0 * log3 : 20.0f * log3, m.yMax = m.yMin + 1e-9;
+        EXPECT_EQ(map(four ? 4 : 1, 0), std::tuple(four ? 4u : 1u, 0, 220)) << four;
     }
 }
 
+constexpr uint32_t kBackground = 0x00FFFFFF;
+
 TEST(FindCursorXY, TopDownAndBottomUpBitmapsMatchTheModel)
 {
-    constexpr int32_t kRows = 3;
+    constexpr int32_t kRows = 3, pad = 3;  // n pixels wide, n + 3 apart; the stride's 3 extra bytes are dropped toward zero
     for (const bool bottomUp : {false, true})
-        for (const int32_t pad : {0, 3})
-            for (const auto& [cx, cy] : {std::pair{-3, 1}, {1, 4}, {1000, -1}, {INT32_MIN, 2}, {-1, 0}, {1, 50001}}) {
-                // Rows of n pixels, pad pixels apart; the stride's 3 extra bytes are dropped toward zero.
-                BlockSpec bitmap = block<uint32_t>("pixels", Role::In, 4, [=](uint32_t n) { return (kRows - 1) * (n + pad) + n; });
-                bitmap.fill = fillBitmap;
-                const auto args = [=](const Blocks& b, uint32_t n) {
+        for (const auto& [cx, cy] : {std::pair{-3, 1}, {-2, 4}, {1000, -1}, {INT32_MIN, 2}, {-2, 50001}}) {  // -2: the middle column
+            BlockSpec bitmap = block<uint32_t>("pixels", Role::In, 4, [=](uint32_t n) { return (kRows - 1) * (n + pad) + n; });
+            // Mostly background with some ignored, near-ignored and drawn pixels (plain), or drawn ones densely (specials).
+            bitmap.fill = [](std::byte* to, std::size_t n, DataSet set, uint32_t seed) {
+                constexpr uint32_t kinds[] = {0, 0x010000, 0x808080, 0x848284, kBackground, 0x010001, 0x808081, 0xFF010000};
+                std::mt19937 rng(seed);
+                for (auto* p = reinterpret_cast<uint32_t*>(to); p < reinterpret_cast<uint32_t*>(to) + n; ++p)
+                    *p = rng() % 6 ? (set == DataSet::Plain ? kBackground : static_cast<uint32_t>(rng())) : kinds[rng() % 8];
+            };
+            const auto with = [=](auto find) {
+                return [=](const Blocks& b, uint32_t n) {
                     const int32_t stride = 4 * static_cast<int32_t>(n + pad) + 3;
-                    return std::pair{b.at<uint32_t>(0) + (bottomUp ? (kRows - 1) * (n + pad) : 0), bottomUp ? stride : -stride};
+                    find(b.at<uint32_t>(0) + (bottomUp ? (kRows - 1) * (n + pad) : 0), bottomUp ? stride : -stride, static_cast<int32_t>(n), kRows,
+                         cx == -2 ? static_cast<int32_t>(n / 2) : cx, cy, b.at<uint32_t>(1), b.at<int32_t>(2), b.at<int32_t>(3), kBackground);
                 };
-                const auto cursorX = [cx](uint32_t n) { return cx == 1 ? static_cast<int32_t>(n / 2) : cx; };
-                sweep({"FindCursorXY " + std::string(bottomUp ? "bottom-up" : "top-down") + " pad " + std::to_string(pad) + " cursor " + std::to_string(cx) + "," + std::to_string(cy),
-                       {bitmap, scalar<uint32_t>("colour", Role::InOut, 0xC0FFEE), scalar<int32_t>("x", Role::InOut, -77), scalar<int32_t>("y", Role::InOut, -88)},
-                       [=](const Blocks& b, uint32_t n) {
-                           const auto [pixels, stride] = args(b, n);
-                           qxcalcFindCursorXY(pixels, stride, n, kRows, cursorX(n), cy, b.at<uint32_t>(1), b.at<int32_t>(2), b.at<int32_t>(3), kBackground);
-                       },
-                       [=](const Blocks& b, uint32_t n) {
-                           const auto [pixels, stride] = args(b, n);
-                           FoundPixel f{*b.at<uint32_t>(1), *b.at<int32_t>(2), *b.at<int32_t>(3)};
-                           findCursorModel(pixels, stride, n, kRows, cursorX(n), cy, kBackground, f);
-                           *b.at<uint32_t>(1) = f.colour, *b.at<int32_t>(2) = f.x, *b.at<int32_t>(3) = f.y;
-                       },
-                       countsAround({}, 0, 40, {101, 1000})});
-                if (HasFailure()) return;
-            }
+            };
+            sweep({"FindCursorXY bottom-up " + std::to_string(bottomUp) + " cursor " + std::to_string(cx) + "," + std::to_string(cy),
+                   {bitmap, scalar<uint32_t>("colour", Role::InOut, 0xC0FFEE), scalar<int32_t>("x", Role::InOut, -77), scalar<int32_t>("y", Role::InOut, -88)},
+                   with(qxcalcFindCursorXY), with(findCursorModel), countsAround({}, 0, 40, {101, 1000})});
+        }
 }
 
-TEST(FindCursorXY, WorkedCases)
+TEST(FindCursorXY, TailPixelsReportTheirXWithinTheTailEmptyScansLeaveTheOutputs)
 {
-    uint32_t bitmap[3][8];
-    std::fill_n(&bitmap[0][0], 24, kBackground);
-    FoundPixel f{1, 2, 3};
-    const auto find = [&](int32_t width, int32_t height, int32_t cx, int32_t cy) {
-        qxcalcFindCursorXY(&bitmap[0][0], -32, width, height, cx, cy, &f.colour, &f.x, &f.y, kBackground);
+    uint32_t bitmap[2][6] = {{kBackground, 0x010000, 7, 0, 0, 0}, {0x808080, 0x848284, kBackground, 8, 0x010001, 9}}, colour = 1;
+    int32_t x = 2, y = 3;
+    const auto find = [&](int32_t w, int32_t h, int32_t cx, int32_t cy) {
+        return qxcalcFindCursorXY(&bitmap[0][0], -24, w, h, cx, cy, &colour, &x, &y, kBackground), std::tuple(colour, x, y);
     };
-    bitmap[0][5] = 0x010000;  // ignored; its neighbour in colour is not
-    find(6, 3, 0, 0);
-    EXPECT_TRUE(f.colour == 1 && f.x == 2 && f.y == 3);
-    bitmap[1][4] = 0x010001;  // in the tail of a 6-wide row: reported at x 0
-    find(6, 3, 4, 1);
-    EXPECT_TRUE(f.colour == 0x010001 && f.x == 0 && f.y == 1);
-    f = {1, 2, 3};
-    for (const auto& [w, h] : {std::pair{6, 0}, {6, -1}, {0, 3}, {-5, 3}}) find(w, h, 4, 1);
-    EXPECT_TRUE(f.colour == 1 && f.x == 2 && f.y == 3);
-    bitmap[0][2] = 7, bitmap[2][2] = 8;  // equal distances in rows 0 and 2: row 0 wins
-    find(4, 3, 2, 1);
-    EXPECT_TRUE(f.colour == 7 && f.x == 2 && f.y == 0);
-    // Cursor at (0, -3): pixel (5, 0) sits in lane 1 right of lane 0's x and
-    // scores 6^2 + 3^2 = 45 instead of 34, so (4, 2) at 41 wins.
-    std::fill_n(&bitmap[0][0], 24, kBackground);
-    bitmap[0][5] = 5, bitmap[2][4] = 9;
-    find(8, 3, 0, -3);
-    EXPECT_TRUE(f.colour == 9 && f.x == 4 && f.y == 2);
+    for (const auto& [w, h] : {std::pair{6, 0}, {6, -1}, {-5, 2}, {0, 2}}) EXPECT_EQ(find(w, h, 5, 1), std::tuple(1u, 2, 3));
+    EXPECT_EQ(find(6, 2, 0, 1), std::tuple(0x010001u, 0, 1));  // (4, 1) is in the tail: x 0, and at distance 0 there
+    EXPECT_EQ(find(4, 2, 2, 1), std::tuple(7u, 2, 0));         // 7 at (2, 0) ties with 8 at (3, 1): the earlier row
 }
 
 }  // namespace
