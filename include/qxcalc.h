@@ -91,33 +91,37 @@ typedef struct ChannelScaleParams_double {
 
 /* Scaled channel values, float output. */
 typedef struct ChannelScaleParams_float {
-    const void* rawData;
-    float* output;
-    float scale;
-    float offset;
-    int32_t count;
-    uint32_t sampleType;
+    const void* rawData;       /* first raw sample, naturally aligned for sampleType */
+    float* output;             /* count floats (32-byte aligned for _aligned_output) */
+    float scale;               /* widened to double for Double samples */
+    float offset;              /* likewise */
+    int32_t count;             /* <= 0 writes nothing */
+    uint32_t sampleType;       /* a RawSampleType code; > 8 writes nothing */
 } ChannelScaleParams_float;
 
-/* One block of an IIR section: history (x, y) beside coefficients (b, a). */
+/* One block of an IIR section: history (x, y) beside coefficients (b, a), so
+ * that each pair moves or multiplies as one 16-byte unit. */
 typedef struct IIRBlock {
-    double x QXCALC_ALIGN8; /* input history (section input after its gain) */
-    double y QXCALC_ALIGN8; /* output history */
-    double b QXCALC_ALIGN8; /* feed-forward coefficient for x */
-    double a QXCALC_ALIGN8; /* feedback coefficient for y (subtracted) */
+    double x QXCALC_ALIGN8; /* input history: the section's input after its gain */
+    double y QXCALC_ALIGN8; /* output history: the section's output */
+    double b QXCALC_ALIGN8; /* feed-forward coefficient for x; never moves */
+    double a QXCALC_ALIGN8; /* feedback coefficient for y (subtracted); unused in the newest block */
 } IIRBlock;
 
-/* An IIR cascade owned by the caller. */
+/* An IIR cascade owned by the caller. A section's blocks run from the oldest
+ * sample (first) to the newest (last); zero the x/y history to start a stream. */
 typedef struct IIRFilter {
-    int32_t coefficientCount; /* 3 selects the second-order path */
-    int32_t sectionCount;     /* < 1 passes the sample through */
-    int32_t order;            /* blocks per section - 1, general path only */
+    int32_t coefficientCount; /* 3: second-order sections of three blocks; else general */
+    int32_t sectionCount;     /* sections in the cascade; < 1 passes the sample through */
+    int32_t order;            /* general path: order + 1 blocks per section (1 if <= 0) */
     uint32_t reserved;        /* not read */
-    const double* gains;      /* one input gain per section */
-    IIRBlock* sections;       /* blocks end to end, oldest first; 16-byte aligned */
+    const double* gains;      /* one input gain per section, read only */
+    IIRBlock* sections;       /* the sections' blocks end to end, section 0 first;
+                                 read and written; 16-byte aligned */
 } IIRFilter;
 
-/* Pink-noise filter state: eight doubles, zero at the start of a stream. */
+/* Pink-noise filter state: eight doubles, zero at the start of a stream; any
+ * alignment. Updated by every call. */
 typedef struct PinkFilterState {
     double s[8] QXCALC_ALIGN8;
 } PinkFilterState;
@@ -218,24 +222,32 @@ QXCALC_API void QXCALC_CALL qxcalcMoveAndGetMinMaxAveRMS_int16_t(
     int16_t* destination, const int16_t* source, uint32_t count, int16_t* minValue,
     int16_t* maxValue, double* sum, double* sumOfSquares, float offset, int32_t stride);
 
-/* ---- Vector scaling and integer width conversion ------------------------- */
+/* ---- Vector scaling and integer width conversion ---------------------------
+ * count 0 touches nothing; source and destination must not overlap. */
 
-/* destination[i] = source[i], sign-extended. */
+/* destination[i] = source[i], sign-extended (-1 stays -1), for i < count. */
 QXCALC_API void QXCALC_CALL qxcalcConvertInt16ToInt32(const int16_t* source, int32_t* destination,
                                                       uint32_t count);
-/* destination[i] = low 16 bits of source[i] (wraps, never saturates). */
+/* destination[i] = the low 16 bits of source[i]: wraps modulo 2^16 and never
+ * saturates (70000 -> 4464, -40000 -> 25536). */
 QXCALC_API void QXCALC_CALL qxcalcConvertInt32ToInt16(const int32_t* source, int16_t* destination,
                                                       uint32_t count);
-/* samples[i] = factor * samples[i], in place. */
+/* samples[i] = factor * samples[i] in place, one rounding each; of two NaNs
+ * the factor's payload survives. */
 QXCALC_API void QXCALC_CALL qxcalcMultiplyVectorByScalar_double(double* samples, uint32_t count,
                                                                 double factor);
 QXCALC_API void QXCALC_CALL qxcalcMultiplyVectorByScalar_float(float* samples, uint32_t count,
                                                                float factor);
 
 /* ---- Scaled channel values ------------------------------------------------
- * output[i] = converted rawData[i] * scale + offset for i < count. The
- * _aligned_output forms require a 32-byte aligned output and give the same
- * values. In place only when the raw format equals the output type. */
+ * output[i] = converted rawData[i] * scale + offset for i < count: multiply,
+ * then add, each rounded in the output's precision. Samples that precision
+ * cannot hold (Int32, UInt32, Int64 into float; Int64 into double) are rounded
+ * once, straight to it; the float forms scale Double samples in double and
+ * round only the result. count <= 0 or a
+ * sampleType above 8 writes nothing. In place only when the raw format equals
+ * the output type. The _aligned_output forms require a 32-byte aligned output
+ * and write the same bytes as their plain twins. */
 QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_double(
     const ChannelScaleParams_double* params);
 QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_double_aligned_output(
@@ -247,23 +259,26 @@ QXCALC_API void QXCALC_CALL qxcalcChannelGetScaledValuesAtPos_float_aligned_outp
 
 /* ---- IIR, pink-noise and FIR filters --------------------------------------- */
 
-/* Pushes one sample through the caller's IIR cascade; returns the output. */
+/* Pushes one sample through the caller's cascade (in double) and returns the
+ * last section's output; every section output is held within +/-1e10, a NaN one
+ * stays NaN on general sections, becomes +1e10 on second-order ones. */
 QXCALC_API float QXCALC_CALL qxcalcIIRFilter_float(IIRFilter* filter, float sample);
 QXCALC_API double QXCALC_CALL qxcalcIIRFilter_double(IIRFilter* filter, double sample);
-/* Turns one white-noise sample into one pink-noise sample. */
+/* Turns one white-noise sample into one pink-noise sample with a fixed bank of
+ * eight first-order sections whose state the caller keeps. */
 QXCALC_API double QXCALC_CALL qxcalcPinkFilter_double(PinkFilterState* state, double white);
-/* Dot product of taps with the ring history, oldest sample at history[position]. */
+/* One FIR output: sum of taps[k] * history[(position + k) mod length] in
+ * single precision, history[position] being the oldest sample of the ring.
+ * Reads only; 0 <= position <= length; its rounding depends on the taps' address. */
 QXCALC_API float QXCALC_CALL qxcalcFIRFilter_float(const float* history, const float* taps,
                                                    int32_t length, int32_t position);
 
 /* ---- Cycle analysis ------------------------------------------------------- */
 
-/* Centred moving average over w = windowLength | 1 samples: output[j] is the
- * mean of input[j-w/2 .. j+w/2], the first and last w/2 outputs repeat the
- * nearest full mean. input and output must not overlap; count < w writes
- * nothing. The mean slides as ((m * w + entering) - leaving) / w. The vector
- * form runs five segments from fresh sums (its last bits differ) and hands
- * count < 64 or windowLength > count / 32 to the sequential _scalar form. */
+/* Centred moving average over w = windowLength | 1 samples, slid as ((m * w + entering) - leaving) / w;
+ * the ends repeat the nearest mean. count < w writes nothing; input and output must not overlap.
+ * The vector form slides five segments from fresh sums (last bits differ) when count >= 64 and
+ * windowLength <= count / 32, else it runs _scalar. */
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double(const double* input, double* output,
                                                          uint16_t windowLength, uint32_t count);
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double_scalar(const double* input,
@@ -281,10 +296,9 @@ QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, 
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int32_t(const int32_t* samples, uint32_t count,
                                                         const float* coefficients,
                                                         uint32_t stride);
-/* Pressure-volume axis positions: output[i] = input[i] * scale + offset,
- * rounded and clamped to [minValue, maxValue]. Under 8 values halves round away
- * from zero and maxValue wins a crossed range; from 8 on the caller's rounding
- * mode applies (ties to even by default) and minValue wins. */
+/* Pressure-volume axis positions: input[i] * scale + offset, rounded and clamped to [minValue,
+ * maxValue]. Under 8 values halves round away from zero and maxValue wins a crossed range; from 8
+ * on the caller's rounding mode applies (ties to even by default) and minValue wins. */
 QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset);
@@ -293,14 +307,17 @@ QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, i
 QXCALC_API void QXCALC_CALL qxcalcCAPV_log(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset, float reference);
-/* channel[i - first] = raw[i] - offset; reports the largest value and its index. */
+/* channel[i - first] = raw[i] - offset for first <= i < end; reports the largest
+ * value above 1.17549435e-38 and its raw index, or that value and 0xFFFFFFFF. */
 QXCALC_API void QXCALC_CALL qxCalcCACopyRawDataToChannels(const float* raw, float* channel,
                                                           uint32_t first, uint32_t end,
                                                           float offset, float* maxValue,
                                                           uint32_t* maxIndex);
-/* Narrows count doubles to floats in the same (16-byte aligned) buffer. */
+/* Narrows count doubles to floats at the start of the same buffer (16-byte aligned
+ * from 4 values), in the current rounding mode; bytes after the floats are kept. */
 QXCALC_API void QXCALC_CALL qxcalcCADoubleArrToSingleArrInplace(void* data, uint32_t count);
-/* Widens count floats to doubles in the same (32-byte aligned) buffer; returns data. */
+/* Widens count floats to doubles in the same buffer, 8 * count bytes long and
+ * 32-byte aligned from 8 values; returns data. */
 QXCALC_API double* QXCALC_CALL qxcalcCASingleArrToDoubleArrInplace(void* data, uint32_t count);
 /* Folds a new cycle into the cumulative mean curve of end - first positions:
  * overall = (overall * cycleCount + cycle) / (cycleCount + 1), whole blocks

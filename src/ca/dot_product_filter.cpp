@@ -10,7 +10,8 @@
 //   samples[0] * coefficients[0] + 0.0, then each further product in order.
 // More taps run forwards through memory from the oldest sample in four float
 // lanes (int16_t: blocks of eight, two groups of four into the same lanes),
-// the coefficients gathered one by one because of the stride:
+// the coefficients gathered one by one because of the stride (read as one
+// vector at stride 1):
 // - head: the first block, unaligned, times a 0/1 mask keeping the samples
 //   before the first 16-byte boundary (the whole block when the oldest sample
 //   sits on one);
@@ -18,13 +19,15 @@
 // - tail: the last block of the range, times a mask keeping the 1..block-1
 //   samples the body left;
 // - the lanes reduce as (l0 + l2) + (l1 + l3).
-// The masks multiply the samples before their coefficients, so an infinite
-// sample under a 0.0 lane makes the sum NaN.
+// The masks multiply the samples before their coefficients: an infinite
+// sample under a 0.0 lane makes the sum NaN, while a finite one whose product
+// overflows adds 0.0 there and its infinite product only where it counts.
 
 #include <cstddef>
 #include <type_traits>
 
 #include "qxcalc.h"
+#include "simd/convert.h"
 #include "simd/masks.h"
 #include "simd/ordered.h"
 #include "simd/reduce.h"
@@ -33,65 +36,66 @@
 namespace qx::ca {
 namespace {
 
-// Samples of a vector block as groups of four floats, oldest first.
+// Vector blocks of samples, read as groups of four floats, oldest first:
+// four samples for float and int32_t, eight (two groups) for int16_t.
 template <class T>
 struct SampleBlock {
-    static constexpr uint32_t width = 16 / sizeof(T) < 4 ? 4 : 16 / sizeof(T);  // 4, or 8 for int16_t
+    static constexpr uint32_t width = sizeof(T) == 2 ? 8 : 4;
     static constexpr uint32_t groups = width / 4;
-    static constexpr uint32_t lastOneByOne = width - 1 < 3 ? 3 : width - 1;  // 3, or 7 for int16_t
-    __m128 group[groups];
+    static constexpr uint32_t lastOneByOne = width - 1;  // taps up to which the sum runs one at a time
 
-    template <bool Aligned>
-    static QX_INLINE SampleBlock load(const T* p)
+    // Group G (0, or 1 for int16_t) of the block at p as four floats.
+    template <uint32_t G, bool Aligned>
+    static QX_INLINE __m128 group(const T* p)
     {
-        if constexpr (std::is_same_v<T, float>) {
-            return {{Aligned ? _mm_load_ps(p) : _mm_loadu_ps(p)}};
-        } else {
-            const auto* v = reinterpret_cast<const __m128i*>(p);
-            const __m128i bits = Aligned ? _mm_load_si128(v) : _mm_loadu_si128(v);
-            if constexpr (std::is_same_v<T, int32_t>) return {{_mm_cvtepi32_ps(bits)}};
-            else
-                return {{_mm_cvtepi32_ps(_mm_cvtepi16_epi32(bits)),
-                         _mm_cvtepi32_ps(_mm_cvtepi16_epi32(_mm_srli_si128(bits, 8)))}};
-        }
+        if constexpr (std::is_same_v<T, float>) return Aligned ? _mm_load_ps(p) : _mm_loadu_ps(p);
+        else return _mm_cvtepi32_ps(simd::int32x4From(p + 4 * G));
     }
 };
 
-// Lanes of one group of a block that a 0/1 mask keeps (0..4).
-constexpr uint32_t lanesIn(uint32_t from, uint32_t to, uint32_t group)
+// The next four coefficients down the table from `at`, one stride apart;
+// `at` moves past them. At stride 1 they are one vector read in reverse.
+template <bool Contiguous>
+QX_INLINE __m128 nextCoefficients(const float*& at, std::ptrdiff_t stride)
 {
-    const uint32_t lo = from > 4 * group ? from - 4 * group : 0, hi = to > 4 * group ? to - 4 * group : 0;
-    return (hi < 4 ? hi : 4) - (lo < 4 ? lo : 4);
+    if constexpr (Contiguous) {
+        at -= 4;
+        return _mm_permute_ps(_mm_loadu_ps(at + 1), _MM_SHUFFLE(0, 1, 2, 3));
+    } else {
+        const float c0 = *at;
+        const float c1 = *(at -= stride);
+        const float c2 = *(at -= stride);
+        const float c3 = *(at -= stride);
+        at -= stride;
+        return _mm_setr_ps(c0, c1, c2, c3);
+    }
 }
 
-// coefficients[k * stride], coefficients[(k-1) * stride], ... for the four
-// lanes of a group whose oldest sample is k taps behind the newest.
-QX_INLINE __m128 gatherCoefficients(const float* atK, std::ptrdiff_t stride)
-{
-    return _mm_set_ps(atK[-3 * stride], atK[-2 * stride], atK[-stride], atK[0]);
-}
+constexpr uint32_t clampToGroup(int32_t lanes) { return lanes < 0 ? 0 : lanes > 4 ? 4 : static_cast<uint32_t>(lanes); }
 
-template <class T>
+// Four float lane sums; `coefficient` walks down the table, one stride per
+// sample, as the blocks walk forwards through the samples.
+template <class T, bool Contiguous>
 struct FilterLanes {
     using Block = SampleBlock<T>;
-    __m128 sum = _mm_setzero_ps();
+    __m128 sum;
     std::ptrdiff_t stride;
+    const float* coefficient;
 
-    // Adds block b, whose oldest sample is k taps behind the newest, with the
-    // block's lanes from..to-1 kept (the rest multiplied by 0.0).
-    QX_INLINE void addMasked(const Block& b, uint32_t k, const float* coefficients, uint32_t from, uint32_t to)
+    QX_INLINE void addProducts(__m128 x) { sum = simd::addInOrder(sum, simd::mulInOrder(x, nextCoefficients<Contiguous>(coefficient, stride))); }
+    // The aligned block at p.
+    QX_INLINE void add(const T* p)
     {
-        for (uint32_t g = 0; g < Block::groups; ++g) {
-            const uint32_t kept = lanesIn(from, to, g);
-            const __m128 mask = from > 4 * g ? simd::tailMask4(kept) : simd::headMask4(kept);
-            const __m128 c = gatherCoefficients(coefficients + static_cast<std::ptrdiff_t>(k - 4 * g) * stride, stride);
-            sum = simd::addInOrder(sum, simd::mulInOrder(_mm_mul_ps(b.group[g], mask), c));
-        }
+        addProducts(Block::template group<0, true>(p));
+        if constexpr (Block::groups == 2) addProducts(Block::template group<1, true>(p));
     }
-    QX_INLINE void add(const Block& b, const float* atK)
+    // The unaligned block at p, its samples multiplied by the 0/1 mask
+    // maskOf(group) first.
+    template <class MaskOf>
+    QX_INLINE void addMasked(const T* p, MaskOf maskOf)
     {
-        for (uint32_t g = 0; g < Block::groups; ++g)
-            sum = simd::addInOrder(sum, simd::mulInOrder(b.group[g], gatherCoefficients(atK - static_cast<std::ptrdiff_t>(4 * g) * stride, stride)));
+        addProducts(_mm_mul_ps(Block::template group<0, false>(p), maskOf(0)));
+        if constexpr (Block::groups == 2) addProducts(_mm_mul_ps(Block::template group<1, false>(p), maskOf(1)));
     }
 };
 
@@ -105,27 +109,29 @@ float filterOneByOne(const T* samples, uint32_t count, const float* coefficients
     return sum;
 }
 
-template <class T>
+template <class T, bool Contiguous>
 float filterByLanes(const T* samples, uint32_t count, const float* coefficients, std::ptrdiff_t stride)
 {
     using Block = SampleBlock<T>;
-    constexpr uint32_t W = Block::width;
+    constexpr int32_t W = Block::width;
     const T* oldest = samples + 1 - static_cast<std::ptrdiff_t>(count);
-    FilterLanes<T> lanes{_mm_setzero_ps(), stride};
+    const auto coefficientOfTap = [&](uint32_t i) { return coefficients + static_cast<std::ptrdiff_t>(i) * stride; };
+    FilterLanes<T, Contiguous> lanes{_mm_setzero_ps(), stride, coefficientOfTap(count - 1)};
 
     const uint32_t peel = simd::countBeforeBoundary<16>(oldest);
-    const uint32_t head = peel == 0 ? W : peel;
-    lanes.addMasked(Block::template load<false>(oldest), count - 1, coefficients, 0, head);
+    const int32_t head = peel == 0 ? W : static_cast<int32_t>(peel);
+    lanes.addMasked(oldest, [&](int32_t g) { return simd::headMask4(clampToGroup(head - 4 * g)); });
 
     const uint32_t blocks = (count - head) / W;
     const T* body = oldest + head;
-    const float* bodyCoefficients = coefficients + static_cast<std::ptrdiff_t>(count - 1 - head) * stride;
-    simd::forEachInOrder<4>(blocks, [&](uint32_t b) {
-        lanes.add(Block::template load<true>(body + b * W), bodyCoefficients - static_cast<std::ptrdiff_t>(b * W) * stride);
-    });
+    lanes.coefficient = coefficientOfTap(count - 1 - head);
+    simd::forEachInOrder<4>(blocks, [&](uint32_t b) { lanes.add(body + b * W); });
 
-    if (const uint32_t rest = count - head - blocks * W)
-        lanes.addMasked(Block::template load<false>(samples + 1 - W), W - 1, coefficients, W - rest, W);
+    if (const int32_t rest = static_cast<int32_t>(count - head - blocks * W)) {
+        lanes.coefficient = coefficientOfTap(W - 1);
+        lanes.addMasked(samples + 1 - W,
+                        [&](int32_t g) { return simd::tailMask4(clampToGroup(rest - (W - 4 - 4 * g))); });
+    }
     return simd::sumLanesHalving(lanes.sum);
 }
 
@@ -134,7 +140,8 @@ float filter(const T* samples, uint32_t count, const float* coefficients, uint32
 {
     if (count == 0) return 0.0f;
     if (count <= SampleBlock<T>::lastOneByOne) return filterOneByOne(samples, count, coefficients, stride);
-    return filterByLanes(samples, count, coefficients, stride);
+    if (stride == 1) return filterByLanes<T, true>(samples, count, coefficients, stride);
+    return filterByLanes<T, false>(samples, count, coefficients, stride);
 }
 
 }  // namespace

@@ -15,9 +15,8 @@
 //   (float(n) * overall + cycle) / float(n + 1), each raising *maxValue
 //   when strictly greater.
 
-#include <bit>
-
 #include "ca/cycle_count.h"
+#include "ca/maximum_search.h"
 #include "qxcalc.h"
 #include "simd/ordered.h"
 #include "simd/reduce.h"
@@ -29,8 +28,6 @@ namespace {
 
 using L = simd::Lanes<float>;
 
-constexpr float kSmallestNormal = std::bit_cast<float>(0x00800000u);  // 1.17549435e-38
-
 QX_INLINE __m256d foldQuad(__m256d overall, __m256d cycle, __m256d n, __m256d nPlusOne)
 {
     return _mm256_div_pd(simd::addInOrder(_mm256_mul_pd(overall, n), cycle), nPlusOne);
@@ -41,7 +38,7 @@ void foldIntoOverall(const float* cycleValues, float* overallValues, uint32_t co
 {
     const double nd = cycleCountAs<double>(cycleCount);
     const __m256d n = _mm256_set1_pd(nd), nPlusOne = _mm256_set1_pd(nd + 1.0);
-    __m256 laneMax = _mm256_set1_ps(kSmallestNormal);
+    __m256 laneMax = _mm256_set1_ps(kMaximumSearchStart);
     const uint32_t blocks = count / L::width;
     simd::forEachInOrder<2>(blocks, [&](uint32_t b) {
         float* at = overallValues + b * L::width;

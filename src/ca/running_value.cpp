@@ -15,6 +15,7 @@
 
 #include "ca/cycle_count.h"
 #include "qxcalc.h"
+#include "simd/convert.h"
 #include "simd/ordered.h"
 #include "simd/walk.h"
 
@@ -36,18 +37,19 @@ template <class Block, class One>
 QX_INLINE void foldPositions(const RunningCurves& c, uint32_t count, float divisor, Block block, One one)
 {
     const __m256 d = _mm256_set1_ps(divisor);
-    const uint32_t blocks = count / L::width;
-    simd::forEachInOrder<4>(blocks, [&](uint32_t b) {
-        const uint32_t k = b * L::width;
-        const __m256 sum = block(L::loadu(c.sum + k), L::loadu(c.cycle + k), k);
-        _mm256_storeu_ps(c.sum + k, sum);
-        _mm256_storeu_ps(c.mean + k, _mm256_div_ps(sum, d));
-    });
-    for (uint32_t k = blocks * L::width; k < count; ++k) {
-        const float sum = one(c.sum[k], c.cycle[k], k);
-        c.sum[k] = sum;
-        c.mean[k] = sum / divisor;
-    }
+    simd::walkPeelStepsRest<4, sizeof(float), L::width>(
+        c.sum, count,
+        [&](uint32_t first, uint32_t n) {
+            for (uint32_t k = first; k < first + n; ++k) {
+                c.sum[k] = one(c.sum[k], c.cycle[k], k);
+                c.mean[k] = c.sum[k] / divisor;
+            }
+        },
+        [&](uint32_t k) {
+            const __m256 sum = block(L::loadu(c.sum + k), L::loadu(c.cycle + k), k);
+            _mm256_storeu_ps(c.sum + k, sum);
+            _mm256_storeu_ps(c.mean + k, _mm256_div_ps(sum, d));
+        });
 }
 
 void foldRunning(const RunningCurves& c, uint32_t count, uint64_t n, uint32_t windowCycles)
@@ -60,9 +62,7 @@ void foldRunning(const RunningCurves& c, uint32_t count, uint64_t n, uint32_t wi
                       [](__m256 sum, __m256 cycle, uint32_t) { return simd::addInOrder(sum, cycle); },
                       [](float sum, float cycle, uint32_t) { return simd::addInOrder(sum, cycle); });
     } else {
-        const float window = static_cast<float>(static_cast<int32_t>(windowCycles >> 16)) * 65536.0f +
-                             static_cast<float>(static_cast<int32_t>(windowCycles & 0xFFFF));
-        foldPositions(c, count, window,
+        foldPositions(c, count, simd::convertOne<float>(windowCycles),
                       [&c](__m256 sum, __m256 cycle, uint32_t k) {
                           return _mm256_sub_ps(simd::addInOrder(sum, cycle), L::loadu(c.leaving + k));
                       },

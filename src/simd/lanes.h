@@ -1,6 +1,7 @@
 // Vector lanes of each sample type: the register, its width, the alignment the
-// aligned body seeks, loads, lane-wise minimum and maximum, and the moves that
-// bring the upper half of the occupied lanes down for halving reductions.
+// aligned body seeks, loads, broadcasts (floating types), lane-wise minimum
+// and maximum, and the moves that bring the upper half of the occupied lanes
+// down for halving reductions.
 //
 // Floating-point min(a, b) and max(a, b) return b whenever the comparison
 // a < b (a > b) is false, which includes a NaN in either operand and equal
@@ -27,6 +28,7 @@ struct Lanes<float> {
     static constexpr std::size_t alignment = 32;
     static QX_INLINE Vec loadu(const float* p) { return _mm256_loadu_ps(p); }
     static QX_INLINE Vec load(const float* p) { return _mm256_load_ps(p); }
+    static QX_INLINE Vec broadcast(float x) { return _mm256_set1_ps(x); }
     static QX_INLINE Vec min(Vec a, Vec b) { return _mm256_min_ps(a, b); }
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm256_max_ps(a, b); }
     static QX_INLINE float lane0(Vec v) { return _mm256_cvtss_f32(v); }
@@ -46,6 +48,7 @@ struct Lanes<double> {
     static constexpr std::size_t alignment = 32;
     static QX_INLINE Vec loadu(const double* p) { return _mm256_loadu_pd(p); }
     static QX_INLINE Vec load(const double* p) { return _mm256_load_pd(p); }
+    static QX_INLINE Vec broadcast(double x) { return _mm256_set1_pd(x); }
     static QX_INLINE Vec min(Vec a, Vec b) { return _mm256_min_pd(a, b); }
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm256_max_pd(a, b); }
     static QX_INLINE double lane0(Vec v) { return _mm256_cvtsd_f64(v); }

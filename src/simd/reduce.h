@@ -45,6 +45,17 @@ QX_INLINE double sumLanesHalving(__m256d v)
     return reduceHalving<Lanes<double>>(v, [](__m256d a, __m256d b) { return addInOrder(a, b); });
 }
 
+// ((e0 + e1) + (e2 + e3)) + ((e4 + e5) + (e6 + e7)) of eight float lanes:
+// neighbours first, then neighbouring pairs, then the two halves.
+QX_INLINE float sumLanesPairwise(__m256 v)
+{
+    const __m256 evens = _mm256_shuffle_ps(v, v, _MM_SHUFFLE(2, 0, 2, 0));
+    const __m256 odds = _mm256_shuffle_ps(v, v, _MM_SHUFFLE(3, 1, 3, 1));
+    const __m256 pairs = addInOrder(evens, odds);
+    const __m256 quads = addInOrder(pairs, Lanes<float>::moveDown<1>(pairs));
+    return addInOrder(_mm256_cvtss_f32(quads), _mm_cvtss_f32(_mm256_extractf128_ps(quads, 1)));
+}
+
 // ((s0 + s2) + (s1 + s3)) of four float lanes.
 QX_INLINE float sumLanesHalving(__m128 v)
 {

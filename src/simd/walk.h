@@ -1,5 +1,6 @@
 // Walking a block: where its aligned body starts, how many whole vectors it
-// holds, and an unrolled in-order loop over them.
+// holds, unrolled loops over them in either direction, and the whole walk of
+// a block with its ragged ends.
 #pragma once
 
 #include <cstddef>
@@ -52,6 +53,29 @@ QX_INLINE void forEachInOrder(std::uint32_t n, Step&& step)
     std::uint32_t i = 0;
     for (const std::uint32_t lead = n % Unroll; i < lead; ++i) step(i);
     for (; i < n; i += Unroll) detail::stepsInOrder(step, i, std::make_index_sequence<Unroll>{});
+}
+
+// Calls step(n - 1), step(n - 2), ... step(0) in that order, unrolled as
+// forEachInOrder: for in-place work whose output lands after its input.
+template <unsigned Unroll, class Step>
+QX_INLINE void forEachInReverse(std::uint32_t n, Step&& step)
+{
+    forEachInOrder<Unroll>(n, [&](std::uint32_t j) { step(n - 1 - j); });
+}
+
+// The walk of a block of `count` elements in three parts, in element order:
+// oneByOne(0, peel) for the elements before the first Alignment-byte
+// boundary of alignOn, step(i) for each whole vector of Width elements from
+// there (i its first element, unrolled Unroll times), and oneByOne(i, n) for
+// the n elements left. An Alignment of the element size walks without a peel.
+template <unsigned Unroll, std::size_t Alignment, unsigned Width, class T, class OneByOne, class Step>
+QX_INLINE void walkPeelStepsRest(const T* alignOn, std::uint32_t count, OneByOne&& oneByOne, Step&& step)
+{
+    const auto body = alignedBody<Alignment, Width>(alignOn, count);
+    oneByOne(std::uint32_t{0}, body.peel);
+    forEachInOrder<Unroll>(body.vectors, [&](std::uint32_t k) { step(body.peel + k * Width); });
+    const std::uint32_t done = body.peel + body.vectors * Width;
+    oneByOne(done, count - done);
 }
 
 }  // namespace qx::simd

@@ -1,7 +1,4 @@
-// Scalar models of the cycle-analysis exports, written from the library's
-// contract: the fast logarithm's steps, the two rounding/clamping rules of
-// the axis positions, the filter's lane split with its masked ends, the two
-// moving-average forms and the cycle means' block/remainder split.
+// Scalar models of the cycle-analysis exports: the fast logarithm and what sets each vector path apart.
 #pragma once
 
 #include <algorithm>
@@ -14,8 +11,7 @@
 
 namespace qxtest {
 
-// log2|x| by the stated cubic; the scalar form divides in double, the lane
-// form in single precision.
+// log2|x| by the cubic; divided by log2(10) in double (scalar) or in float (lanes).
 inline float fastLog2Model(float x)
 {
     const uint32_t b = std::bit_cast<uint32_t>(x);
@@ -31,27 +27,18 @@ inline float fastLog10LanesModel(float x) { return fastLog2Model(x) / std::bit_c
 
 constexpr float kRatioFloor = std::bit_cast<float>(0x3089705Fu);
 
-// Axis positions: under 8 values halves away from zero and minValue then
-// maxValue; from 8 on the current rounding mode and maxValue then minValue.
-inline int32_t toInt32OrMin(double r) { return r >= -2147483648.0 && r < 2147483648.0 ? static_cast<int32_t>(r) : INT32_MIN; }
-inline int32_t sequentialPosition(float v, int32_t lo, int32_t hi)
-{
-    const double d = v;
-    int32_t r = toInt32OrMin(std::trunc(d < 0 ? d - 0.5 : d + 0.5));
-    if (r <= lo) r = lo;
-    return r >= hi ? hi : r;
-}
-inline int32_t lanePosition(float v, int32_t lo, int32_t hi)
-{
-    const int32_t r = toInt32OrMin(std::nearbyint(v));
-    return std::max(std::min(r, hi), lo);
-}
-// pos(x, vectorPath) gives the unrounded position of one value.
+// Axis positions: under 8 values halves away from zero, clamped to minValue
+// first; from 8 on the current rounding mode, maxValue first. Out-of-range
+// and NaN values become INT32_MIN. pos(x, lanes) is the unrounded position.
 template <class Position>
 void modelAxis(const float* in, uint32_t n, int32_t* out, int32_t lo, int32_t hi, Position pos)
 {
-    for (uint32_t i = 0; i < n; ++i)
-        out[i] = n < 8 ? sequentialPosition(pos(in[i], false), lo, hi) : lanePosition(pos(in[i], true), lo, hi);
+    const auto toInt = [](double r) { return r >= -2147483648.0 && r < 2147483648.0 ? static_cast<int32_t>(r) : INT32_MIN; };
+    for (uint32_t i = 0; i < n; ++i) {
+        const double v = pos(in[i], n >= 8);
+        if (n >= 8) out[i] = std::max(std::min(toInt(std::nearbyint(static_cast<float>(v))), hi), lo);
+        else out[i] = std::min(std::max(toInt(std::trunc(v < 0 ? v - 0.5 : v + 0.5)), lo), hi);
+    }
 }
 
 // The dot-product filter over n taps with `oldest` = samples[1 - n].
@@ -66,60 +53,43 @@ float modelFilter(const T* oldest, uint32_t n, const float* c, std::ptrdiff_t st
         for (uint32_t j = n - 1; j-- > 0;) sum = addX86(sum, mulX86(static_cast<float>(oldest[j]), coefficientOf(j)));
         return sum;
     }
-    float lanes[4] = {0, 0, 0, 0};
-    // Block at `start`; lanes p outside [from, to) count as sample * 0.0.
+    float lanes[4] = {0, 0, 0, 0};  // a block's lanes p outside [from, to) count as sample * 0.0
     const auto addBlock = [&](uint32_t start, uint32_t from, uint32_t to) {
         for (uint32_t p = 0; p < W; ++p) {
             const float x = static_cast<float>(oldest[start + p]);
             lanes[p % 4] = addX86(lanes[p % 4], mulX86(p >= from && p < to ? x : mulX86(x, 0.0f), coefficientOf(start + p)));
         }
     };
-    const uint32_t peel = peelOf<16>(oldest), head = peel == 0 ? W : peel;
-    addBlock(0, 0, head);
-    uint32_t at = head;
+    uint32_t at = peelOf<16>(oldest) == 0 ? W : peelOf<16>(oldest);  // the head keeps the samples before a 16-byte boundary
+    addBlock(0, 0, at);
     for (; at + W <= n; at += W) addBlock(at, 0, W);
     if (at < n) addBlock(n - W, W - (n - at), W);
     return addX86(addX86(lanes[0], lanes[2]), addX86(lanes[1], lanes[3]));
 }
 
-// The moving averages over w = windowLength | 1; counts below w write nothing.
-inline double slideModel(double m, double w, double entering, double leaving) { return (addX86(m * w, entering) - leaving) / w; }
-inline double plainMeanModel(const double* x, uint32_t w)
+// The moving averages over w = windowLength | 1 (counts below w write nothing): _scalar slides once from a
+// running mean; the vector form, from 64 samples and windows up to n / 32, five segments from plain sums.
+inline void modelAverage(const double* in, double* out, uint16_t windowLength, uint32_t n, bool vectorForm)
 {
-    double s = addX86(0.0, x[0]);
-    for (uint32_t i = 1; i < w; ++i) s = addX86(s, x[i]);
-    return s / w;
-}
-inline void modelAverageScalar(const double* in, double* out, uint16_t windowLength, uint32_t n)
-{
-    const uint32_t w = windowLength | 1u, half = w / 2;
+    const uint32_t w = windowLength | 1u, half = w / 2, seg = (n + 4) / 5, segments = vectorForm && n >= 64 && windowLength <= n / 32 ? 5 : 1;
     if (n < w) return;
-    double m = addX86(0.0, in[0]);
-    for (uint32_t k = 1; k < w; ++k) m = addX86(k * m, in[k]) / (k + 1);
-    for (uint32_t j = 0; j <= half; ++j) out[j] = m;
-    for (uint32_t j = half + 1; j + half < n; ++j) out[j] = m = slideModel(m, w, in[j + half], in[j - half - 1]);
-    for (uint32_t j = n - 1 - half; j < n; ++j) out[j] = m;
-}
-inline void modelAverage(const double* in, double* out, uint16_t windowLength, uint32_t n)
-{
-    if (n < 64 || windowLength > n / 32) return modelAverageScalar(in, out, windowLength, n);
-    const uint32_t w = windowLength | 1u, half = w / 2, seg = (n + 4) / 5;
-    for (uint32_t k = 0; k < 5; ++k) {
-        double m = plainMeanModel(in + k * seg, w);
-        if (k == 0)
-            for (uint32_t j = 0; j <= half; ++j) out[j] = m;
-        const uint32_t end = k < 4 ? (k + 1) * seg + half : n - 1 - half;  // last output slid by segment k
-        for (uint32_t j = k * seg + half + 1; j <= end; ++j) out[j] = m = slideModel(m, w, in[j + half], in[j - half - 1]);
-        if (k == 4)
-            for (uint32_t j = n - 1 - half; j < n; ++j) out[j] = m;
+    double m = 0;
+    for (uint32_t k = 0; k < segments; ++k) {
+        const double* x = in + k * seg;
+        m = addX86(0.0, x[0]);
+        for (uint32_t i = 1; i < w; ++i) m = segments == 1 ? addX86(i * m, x[i]) / (i + 1) : addX86(m, x[i]);
+        if (segments == 5) m /= w;
+        if (k == 0) std::fill(out, out + half + 1, m);
+        const uint32_t last = k + 1 < segments ? (k + 1) * seg + half : n - 1 - half;
+        for (uint32_t j = k * seg + half + 1; j <= last; ++j) out[j] = m = (addX86(m * w, in[j + half]) - in[j - half - 1]) / w;
     }
+    std::fill(out + n - 1 - half, out + n, m);
 }
 
-// The cumulative mean: whole blocks of 8 in double with lane maxima from the
-// smallest normal float, the rest in float against the stored maximum.
+// The cumulative mean: blocks of 8 in double, lane maxima from the smallest normal; the rest in float.
 inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_t cycles, float* maxValue)
 {
-    float lanes[8];
+    float lanes[8] = {};
     std::fill(lanes, lanes + 8, std::bit_cast<float>(0x00800000u));
     const double nd = static_cast<double>(cycles);
     const uint32_t blocked = n / 8 * 8;
@@ -136,16 +106,13 @@ inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_
 }
 
 // The windowed running sum and mean, three cases by the cycle count.
-inline void modelRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n, uint64_t cycles,
-                         uint32_t window)
+inline void modelRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n, uint64_t cycles, uint32_t window)
 {
     for (uint32_t k = 0; k < n; ++k) {
         if (cycles == 0) sum[k] = mean[k] = cycle[k];
         else if (cycles < window) sum[k] = addX86(sum[k], cycle[k]), mean[k] = sum[k] / (static_cast<float>(cycles) + 1.0f);
-        else {
-            sum[k] = k < n / 8 * 8 ? addX86(sum[k], cycle[k]) - leaving[k] : addX86(cycle[k] - leaving[k], sum[k]);
-            mean[k] = sum[k] / static_cast<float>(window);
-        }
+        else sum[k] = k < n / 8 * 8 ? addX86(sum[k], cycle[k]) - leaving[k] : addX86(cycle[k] - leaving[k], sum[k]),
+             mean[k] = sum[k] / static_cast<float>(window);
     }
 }
 

@@ -1,0 +1,19 @@
+// Lane-wise selection by a comparison mask: lanes whose mask is set take
+// `ifSet`, the others keep `ifClear`. Written as one blend instruction in
+// inline assembly because the compiler rewrites the blend intrinsic into a
+// 256-bit integer sign test, which AVX lacks, and then splits it into eight
+// scalar branches.
+#pragma once
+
+#include "simd/lanes.h"
+
+namespace qx::simd {
+
+QX_INLINE __m256 selectWhere(__m256 mask, __m256 ifClear, __m256 ifSet)
+{
+    __m256 r;
+    asm("vblendvps %3, %2, %1, %0" : "=x"(r) : "x"(ifClear), "x"(ifSet), "x"(mask));
+    return r;
+}
+
+}  // namespace qx::simd

@@ -1,0 +1,118 @@
+// Cycle-data preparation: the copy with maximum search and the in-place conversions swept
+// against models (counts near the thresholds, every legal start, both fences), then worked values.
+#include <gtest/gtest.h>
+#include <xmmintrin.h>
+
+#include "qxcalc.h"
+#include "support/sweep.h"
+
+using namespace qxtest;
+
+namespace {
+
+const float kStart = floatFromBits(0x00800000);  // smallest positive normal float
+constexpr uint32_t kNone = 0xFFFFFFFFu;
+
+// Ranges above 7 keep per-lane maxima with float indices (base advanced by 8.0 per block), offer
+// the lanes in lane order, then the rest one at a time counted from the float base truncated.
+void modelCopy(const float* raw, float* channel, uint32_t first, uint32_t n, float offset, float* maxValue, uint32_t* maxIndex)
+{
+    float best = kStart, laneMax[8], laneIndex[8], base = float(first >> 16) * 65536.0f + float(first & 0xFFFF);
+    uint32_t at = kNone, k = 0;
+    auto offer = [&](float v, uint32_t i) { if (v > best) best = v, at = i; };
+    auto copy = [&](uint32_t i) { return channel[i] = raw[i] - offset; };
+    for (; n > 7 && k + 8 <= n; k += 8, base += 8.0f)
+        for (int l = 0; l < 8; ++l)
+            if (const float v = copy(k + l); k == 0 || v > laneMax[l]) laneMax[l] = v, laneIndex[l] = base + float(l);
+    for (int l = 0; k > 0 && l < 8; ++l) offer(laneMax[l], uint32_t(int32_t(laneIndex[l])));
+    for (uint32_t j = 0; k + j < n; ++j) offer(copy(k + j), k > 0 ? uint32_t(int64_t(base)) + j : first + j);
+    *maxValue = best, *maxIndex = at;
+}
+
+// Raw pointer such that raw[first] is p[0] (large first indices, small buffers).
+const float* rawFor(const float* p, uint32_t first) { return reinterpret_cast<const float*>(uintptr_t(p) - 4 * uintptr_t(first)); }
+
+TEST(CACopyRawDataToChannels, MatchesTheModelForEveryCountStartFenceAndLargeFirstIndex)
+{
+    for (const uint32_t first : {0u, 16777200u, 40000001u}) {  // exact, crossing 2^24, steps of 4
+        sweep({"CopyRawDataToChannels from " + std::to_string(first),
+               {block<float>("raw", Role::In), block<float>("channel", Role::Out), scalar<float>("max", Role::Out, 77.0f), scalar<uint32_t>("index", Role::Out, 77)},
+               [=](const Blocks& b, uint32_t n) { qxCalcCACopyRawDataToChannels(rawFor(b.at<float>(0), first), b.at<float>(1), first, first + n, 0.25f, b.at<float>(2), b.at<uint32_t>(3)); },
+               [=](const Blocks& b, uint32_t n) { modelCopy(b.at<float>(0), b.at<float>(1), first, n, 0.25f, b.at<float>(2), b.at<uint32_t>(3)); },
+               countsAround({8}, 0, 80, {255, 1000, 4099})});
+    }
+}
+
+// Element-wise conversion of the n values at data's start; bytes after them are kept.
+template <class From, class To>
+void convertElementwise(void* data, uint32_t n)
+{
+    std::vector<From> from(n);
+    std::memcpy(from.data(), data, n * sizeof(From));
+    for (uint32_t i = 0; i < n; ++i) static_cast<To*>(data)[i] = static_cast<To>(from[i]);
+}
+
+TEST(CAPrecisionInplace, MatchesElementwiseConversionForEveryCountAndLegalStart)
+{
+    auto narrow = [](unsigned align, std::vector<uint32_t> counts) {
+        sweep({"DoubleArrToSingleArrInplace", {block<double>("data", Role::InOut, align)},
+               [](const Blocks& b, uint32_t n) { qxcalcCADoubleArrToSingleArrInplace(b.p[0], n); },
+               [](const Blocks& b, uint32_t n) { convertElementwise<double, float>(b.p[0], n); }, counts});
+    };
+    auto widen = [](unsigned align, std::vector<uint32_t> counts) {
+        sweep({"SingleArrToDoubleArrInplace", {block<float>("data", Role::InOut, align, [](uint32_t n) { return 2 * std::size_t{n}; })},
+               [](const Blocks& b, uint32_t n) { EXPECT_EQ(static_cast<void*>(qxcalcCASingleArrToDoubleArrInplace(b.p[0], n)), b.p[0]); },
+               [](const Blocks& b, uint32_t n) { convertElementwise<float, double>(b.p[0], n); }, counts});
+    };
+    narrow(16, countsAround({}, 4)), narrow(8, {0, 1, 2, 3});           // 16-byte aligned from 4 values
+    widen(32, countsAround({}, 8)), widen(4, {0, 1, 2, 3, 4, 5, 6, 7});  // 32-byte aligned from 8 values
+}
+
+// Index reported for raw[first + k] = values[k], k < n (values padded with 1.0).
+uint32_t foundAt(std::vector<float> values, uint32_t first, uint32_t n, float offset = 0.0f, float* value = nullptr)
+{
+    float channel[40], v;
+    uint32_t i;
+    values.resize(40, 1.0f);
+    qxCalcCACopyRawDataToChannels(rawFor(values.data(), first), channel, first, first + n, offset, value ? value : &v, &i);
+    return i;
+}
+
+TEST(CACopyRawDataToChannels, TiesFloatCarriedIndicesAndNoneFound)
+{
+    auto peaks = [](std::initializer_list<int> at) { std::vector<float> v(40, 1.0f); for (int i : at) v[i] = 9.0f; return v; };
+    EXPECT_EQ(foundAt(peaks({3, 5}), 2, 7), 5u);      // one at a time: lower index
+    EXPECT_EQ(foundAt(peaks({9, 16}), 3, 24), 19u);   // lanes 1 and 0: lane 0 wins
+    EXPECT_EQ(foundAt(peaks({9, 16}), 3, 20), 12u);   // offset 16 in the one-at-a-time rest
+    EXPECT_EQ(foundAt(peaks({1, 9}), 3, 24), 4u);     // one lane: earliest occurrence
+    const uint32_t big = 16777217;                    // 2^24 + 1, a float rounds it to 2^24
+    EXPECT_EQ(foundAt(peaks({2}), big, 7), big + 2);  // one at a time: exact
+    EXPECT_EQ(foundAt(peaks({2}), big, 8), big + 1);  // lane 2 of base 2^24
+    EXPECT_EQ(foundAt(peaks({16}), big, 17), big + 15);  // the rest counted from 2^24 + 16
+    float value = 0;
+    for (const uint32_t n : {0u, 3u, 7u, 30u})  // all equal to the offset, or nothing copied
+        EXPECT_TRUE(foundAt({}, 0, n, 1.0f, &value) == kNone && bitsOf(value) == bitsOf(kStart)) << n;
+    const float nan = nanWithPayload<float>(3), subnormal = floatFromBits(0x007FFFFF);
+    const std::vector<float> none = {nan, -1.0f, 0.0f, subnormal, kStart, nan, -0.0f, subnormal, nan, kStart, -5.0f};
+    for (const uint32_t n : {7u, 11u}) EXPECT_TRUE(foundAt(none, 0, n, 0.0f, &value) == kNone && value == kStart);
+}
+
+__attribute__((noinline)) void narrowInMode(unsigned roundingBits, double* data, uint32_t count)
+{
+    const unsigned saved = _mm_getcsr();
+    _mm_setcsr((saved & ~_MM_ROUND_MASK) | roundingBits);
+    qxcalcCADoubleArrToSingleArrInplace(data, count);
+    _mm_setcsr(saved);
+}
+TEST(CAPrecisionInplace, NarrowingRoundsInTheCurrentModeAndKeepsTheBytesAfter)
+{
+    for (const auto& [mode, tenth, huge] : {std::tuple{_MM_ROUND_NEAREST, 0x3DCCCCCDu, 0x7F800000u}, {_MM_ROUND_TOWARD_ZERO, 0x3DCCCCCCu, 0x7F7FFFFFu}, {_MM_ROUND_UP, 0x3DCCCCCDu, 0x7F800000u}}) {
+        alignas(32) double data[6] = {0.1, 1e300, 0.1, 1.0, 1e300, 0.1};  // four by the block, one singly
+        narrowInMode(mode, data, 5);
+        volatile const uint32_t* f = reinterpret_cast<uint32_t*>(data);
+        EXPECT_TRUE(f[0] == tenth && f[1] == huge && f[2] == tenth && f[3] == 0x3F800000u && f[4] == huge) << mode;
+        EXPECT_TRUE(data[3] == 1.0 && data[4] == 1e300 && data[5] == 0.1);  // bytes after the fifth float
+    }
+}
+
+}  // namespace

@@ -1,0 +1,124 @@
+// Filters swept against scalar models of their contract (every output, the section
+// memory after every call, every start offset, both fences), then worked values.
+#include <gtest/gtest.h>
+#include <algorithm>
+#include "qxcalc.h"
+#include "support/lane_model.h"
+#include "support/sweep.h"
+
+using namespace qxtest;
+
+namespace {
+
+template <class T> T mulX86(T a, T b) { return a != a ? a + T(0) : b != b ? b + T(0) : a * b; }  // as addX86
+
+// Sections shift their blocks B[0..n] and take the gained input. The general
+// kind keeps one running sum, oldest block first, and NaN passes its limits;
+// the second-order kind sums b- and a-products apart, NaN becomes 1e10.
+double modelIIR(const IIRFilter& f, double u)
+{
+    const bool second = f.coefficientCount == 3;
+    const int n = second ? 2 : std::max(f.order, 0);
+    for (int s = 0; s < f.sectionCount; ++s) {
+        IIRBlock* B = f.sections + s * (n + 1);
+        for (int k = 0; k < n; ++k) B[k].x = B[k + 1].x, B[k].y = B[k + 1].y;
+        B[n].x = mulX86(u, f.gains[s]);
+        const auto bx = [&](int k) { return mulX86(B[k].b, B[k].x); };
+        const auto ay = [&](int k) { return mulX86(B[k].a, B[k].y); };
+        double acc = second ? addX86(bx(0), bx(1)) - addX86(ay(0), ay(1)) : 0;
+        for (int k = 0; k < n && !second; ++k) acc = addX86(acc, bx(k) - ay(k));
+        const double y = addX86(second ? bx(2) : mulX86(B[n].x, B[n].b), acc);
+        u = B[n].y = second ? (y < 1e10 ? std::max(y, -1e10) : 1e10) : (y > 1e10 ? 1e10 : y < -1e10 ? -1e10 : y);
+    }
+    return u;
+}
+
+// Runs of products h[i] * t[i]: blocks of 32 into four eight-lane accumulators, ((A + B) + C) + D
+// added to V (from +0: only a -0 lane differs, erased by the final + S), groups of eight into V,
+// the rest into S. Run 2 first feeds S until its taps reach a 32-byte boundary.
+float modelFIR(const float* h, const float* t, int length, int position)
+{
+    float V[8] = {}, S = 0;
+    const auto run = [&](const float* samples, const float* taps, int n) {
+        float acc[4][8] = {};
+        for (int i = 0; i < n; ++i) {
+            float& to = i < n / 32 * 32 ? acc[i % 32 / 8][i % 8] : i < n / 8 * 8 ? V[i % 8] : S;
+            to = addX86(to, mulX86(samples[i], taps[i]));
+            for (int l = 0; l < 8 && i + 1 == n / 32 * 32; ++l) V[l] = addX86(V[l], addX86(addX86(addX86(acc[0][l], acc[1][l]), acc[2][l]), acc[3][l]));
+        }
+    };
+    const int m = length - position, peel = position < 8 ? position : (int)peelOf<32>(t + m);
+    run(h + position, t, m), run(h, t + m, peel), run(h + peel, t + m + peel, position - peel);
+    return addX86(addX86(addX86(addX86(V[0], V[1]), addX86(V[2], V[3])), addX86(addX86(V[4], V[5]), addX86(V[6], V[7]))), S);
+}
+
+// History and b within +-1, a within +-0.02 (stable up to order 12); gains alike.
+void fillSections(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
+{
+    fillSamples<double>(to, n, set, seed);
+    for (std::size_t i = 0; i < n; ++i) reinterpret_cast<double*>(to)[i] *= i % 4 == 3 ? 2e-8 : 1e-6;
+}
+BlockSpec scaled(BlockSpec b) { return b.fill = &fillSections, b; }
+
+// 64 samples, two far beyond the limits, through 0..8 sections of each order (13:
+// second-order; odd: the float variant); the trace holds each output and the memory after it.
+TEST(IIRFilter, CascadesOfEveryKindAndOrderMatchTheModel)
+{
+    for (int32_t order = -1; order <= 13 && !HasFailure(); ++order) {
+        const int32_t kind = order < 13 ? 0 : 3, doubles = 4 * (kind == 3 ? 3 : std::max(order, 0) + 1);
+        const auto stream = [&](bool model) { return [=](const Blocks& b, uint32_t n) {
+            IIRFilter f{kind, int32_t(n), order, 0, b.at<double>(1), b.at<IIRBlock>(0)};
+            for (std::size_t j = 0, step = 1 + n * doubles; j < 64; ++j) {
+                const double u = j == 9 ? 3e12 : j == 40 ? -3e12 : double(j * 37 % 23) * 0.09 - 1;
+                b.at<double>(2)[j * step] = order % 2 ? (model ? float(modelIIR(f, float(u))) : qxcalcIIRFilter_float(&f, float(u)))
+                                                      : model ? modelIIR(f, u) : qxcalcIIRFilter_double(&f, u);
+                std::memcpy(b.at<double>(2) + j * step + 1, f.sections, n * doubles * sizeof(double));
+            }
+        }; };
+        sweep({"IIRFilter order " + std::to_string(order),
+               {scaled(block<double>("sections", Role::InOut, 16, [=](uint32_t n) { return n * doubles; })), scaled(block<double>("gains", Role::In)),
+                block<double>("trace", Role::Out, 32, [=](uint32_t n) { return 64 * (1 + n * doubles); })},
+               stream(false), stream(true), {0, 1, 2, 3, 4, 5, 6, 7, 8}});
+    }
+}
+
+TEST(IIRFilter, PassThroughLimitsAndNaNOnBothSectionKinds)
+{
+    IIRFilter none{3, 0, 2, 0, nullptr, nullptr};  // nothing else is read
+    EXPECT_EQ(bitsOf(qxcalcIIRFilter_float(&none, -0.0f)), bitsOf(-0.0f));
+    const double gain = 2, nan = nanWithPayload<double>(7);
+    for (const int32_t kind : {3, 2}) {
+        alignas(16) IIRBlock b[3] = {{0, 0, 0, 0}, {0, 0, 0, 0}, {0, 0, 1, 0}};  // passes the gained input
+        IIRFilter f{kind, 1, 2, 0, &gain, b};
+        EXPECT_TRUE(qxcalcIIRFilter_float(&f, 0.1f) == float(0.1f * 2.0) && qxcalcIIRFilter_double(&f, 6e9) == 1e10 && b[2].y == 1e10);
+        EXPECT_TRUE(qxcalcIIRFilter_float(&f, -6e9f) == -1e10f && b[2].y == -1e10) << kind;
+        const double nanResult = kind == 3 ? 1e10 : nan;  // also stored as history
+        EXPECT_TRUE(bitsOf(qxcalcIIRFilter_double(&f, nan)) == bitsOf(nanResult) && bitsOf(b[2].y) == bitsOf(nanResult)) << kind;
+    }
+    alignas(16) IIRBlock b[2] = {{0, 0, nanWithPayload<double>(1), 0}, {nan, 0, 1, 0}};  // b0 * (B1's old) x: b0's NaN
+    IIRFilter f{2, 1, 1, 0, &gain, b};
+    EXPECT_EQ(bitsOf(qxcalcIIRFilter_double(&f, 1.0)), bitsOf(nanWithPayload<double>(1)));
+}
+
+TEST(PinkFilter, WorkedValuesAndTheOrderInWhichNaNsMeet)
+{
+    PinkFilterState s{};
+    EXPECT_NEAR(qxcalcPinkFilter_double(&s, 1.0), 0.35262232, 1e-12);      // 0.2 * sum of Ki
+    EXPECT_NEAR(qxcalcPinkFilter_double(&s, 0.0), 0.170828117956, 1e-12);  // 0.2 * sum of Ki * Ai
+    const int order[8] = {2, 6, 0, 4, 3, 7, 1, 5};  // ((s2 + s6) + (s0 + s4)) + ((s3 + s7) + (s1 + s5))
+    for (int j = 0; j < 8; ++j) {  // the first NaN in that order survives, also in s6, s7 (0 * NaN)
+        for (int k = 0; k < 8; ++k) s.s[order[k]] = k < j ? 1.0 : nanWithPayload<double>(order[k] + 1);
+        EXPECT_EQ(bitsOf(qxcalcPinkFilter_double(&s, 0.0)), bitsOf(nanWithPayload<double>(order[j] + 1))) << j;
+    }
+}
+
+TEST(FIRFilter, EveryLengthPositionAndTapsOffsetMatchesTheModel)  // length 0 gives 0; taps at every offset mod 32
+{
+    const auto everyPosition = [](auto fir) { return [=](const Blocks& b, uint32_t n) {
+        for (uint32_t p = 0; p <= n; ++p) b.at<float>(2)[p] = fir(b.at<float>(0), b.at<float>(1), int32_t(n), int32_t(p));
+    }; };
+    sweep({"FIRFilter", {block<float>("history", Role::In, 16), block<float>("taps", Role::In), block<float>("y", Role::Out, 32, [](uint32_t n) { return n + 1; })},
+           everyPosition(qxcalcFIRFilter_float), everyPosition(modelFIR), countsAround({}, 0, 300, {512})});
+}
+
+}  // namespace
