@@ -37,9 +37,11 @@ void mapPointModel(const GraphMapping& m, uint32_t k)
     const double u = position(m.xAxisType, x, m.xMin, m.xMax, m.xLogMin, m.xLogMax, limit(x));
     const double v = position(m.yAxisType, y, m.yMin, m.yMax, m.yLogMin, m.yLogMax,
                               !four && m.yMax - m.yMin == 0 ? 0.0 : limit(along(db, m.yMin, m.yMax, m.yMin)));
-    const auto pixel = [four](int32_t from, int32_t span, double t, int sign) {  // one point: INT32_MIN out of range, the sum wraps
-        return four ? static_cast<int32_t>(std::clamp(from + sign * std::nearbyint(span * t), -32768.0, 32767.0))
-                    : std::clamp(static_cast<int32_t>(from + sign * static_cast<uint32_t>(toInt32OrMin(span * t + 0.5))), -32768, 32767);
+    const auto pixel = [four](int32_t from, int32_t span, double t, int sign) {
+        if (four) return static_cast<int32_t>(std::clamp(from + sign * std::nearbyint(span * t), -32768.0, 32767.0));
+        const double up = span * t + 0.5;  // truncated to int32, INT32_MIN out of range; the sum wraps
+        const auto offset = static_cast<uint32_t>(std::fabs(up) < 0x1p31 ? static_cast<int32_t>(up) : INT32_MIN);
+        return std::clamp(static_cast<int32_t>(from + sign * offset), -32768, 32767);
     };
     m.xPixelsOut[k] = pixel(m.left, m.right - m.left, u, 1), m.yPixelsOut[k] = pixel(m.bottom, m.bottom - m.top, v, -1);
     *m.pointCountOut = static_cast<uint32_t>(pointsOf(m.pointsLeft));
