@@ -13,9 +13,8 @@
 //
 // Each row is searched in two parts:
 // - The first 4 * (width / 4) pixels in groups of four, one pixel per lane.
-//   Every lane keeps its own best pixel over all rows (a later pixel wins a
-//   tie); after the row, lanes 0, 1, 2, 3 are merged into the overall best in
-//   that order. The x differences are formed as two 64-bit lanes, so lanes 1
+//   Every lane keeps its own best pixel (a later pixel wins a tie); after
+//   the row, lanes 0, 1, 2, 3 are merged into the overall best in that order. The x differences are formed as two 64-bit lanes, so lanes 1
 //   and 3 borrow from lanes 0 and 2: when cursorX is below (unsigned) the x
 //   of lane 0 or 2, dx of lane 1 or 3 is one lower than the true difference.
 //   dy^2 is an integer product converted to float.
@@ -31,7 +30,7 @@
 namespace qx::graph {
 namespace {
 
-// The colours the graph display draws its background and frame in.
+// The ignored colours besides the caller's own.
 constexpr uint32_t kFixedIgnored[4] = {0x000000, 0x010000, 0x808080, 0x848284};
 constexpr float kFarthest = std::numeric_limits<float>::max();
 
