@@ -117,7 +117,7 @@ std::vector<ExportRow> exportTable()
              s.graph.pointCountOut = s.u32;
              return args({&s.graph});
          }},
-        {"qxcalcFindCursorXY", 40, Result::Integer, [](Scratch& s) { return args({s.u32, 16u, 4u, 2u, 1u, 1u, &s.u32[40], &s.i32[40], &s.i32[41], 0u}); }},
+        {"qxcalcFindCursorXY", 40, Result::Integer, [](Scratch& s) { return args({&s.u32[4], 16u, 4u, 2u, 1u, 1u, &s.u32[40], &s.i32[40], &s.i32[41], 0u}); }},
         {"qxcalcCHSInterpolator_Create", 8, Result::Integer, [](Scratch& s) { return args({&s.pointerOut, nullptr}); }},
         {"qxcalcCHSInterpolator_Destroy", 4, Result::Integer, [](Scratch&) { return args({nullptr}); }},
         {"qxcalcCHSInterpolator_InterpolateValues", 20, Result::Integer, [](Scratch& s) { return args({nullptr, s.f, 4u, &s.pointerOut, s.u32}); }},
