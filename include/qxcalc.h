@@ -127,38 +127,40 @@ typedef struct PinkFilterState {
 } PinkFilterState;
 
 /* One XY-graph mapping call: where the points come from, the axes, the plot
- * rectangle and where the pixels go. */
+ * rectangle and where the pixels go. The caller advances pointsLeft, index and
+ * ySamples by the count written to *pointCountOut before the next call. */
 typedef struct GraphMapping {
-    uint32_t pointsLeft;    /* >= 4: four points are mapped, else one */
+    uint32_t pointsLeft;    /* points from the current one on; >= 4 maps four, else one */
     uint8_t reserved;       /* not read */
-    uint8_t xSource;        /* 0 index, 1 xValues[index], 2 index*xScale+xOffset */
+    uint8_t xSource;        /* 0 index, 1 xValues[index], 2 index*xScale+xOffset,
+                               other: xMin (one point) or 0 (four points) */
     uint8_t ySampleType;    /* 5: ySamples is float, else double */
-    uint8_t xAxisType;      /* 0 linear, 1 logarithmic, else unnormalised */
-    uint32_t index;         /* index of the current point */
-    uint8_t yAxisType;      /* 0 linear, 1 logarithmic, else decibels */
-    uint8_t reservedBytes[3];
-    int16_t left;
-    int16_t top;
-    int16_t right;
-    int16_t bottom;
-    double xScale QXCALC_ALIGN8;
-    double xOffset QXCALC_ALIGN8;
-    double yScale QXCALC_ALIGN8;
+    uint8_t xAxisType;      /* 0 linear, 1 logarithmic, else x used as the position itself */
+    uint32_t index;         /* index of the current point; four points read index + 0..3 */
+    uint8_t yAxisType;      /* 0 linear, 1 logarithmic, else decibels (20 log10(y / dbReference)) */
+    uint8_t reservedBytes[3]; /* not read */
+    int16_t left;           /* pixel x of the x axis start */
+    int16_t top;            /* pixel y of the y axis end */
+    int16_t right;          /* pixel x of the x axis end */
+    int16_t bottom;         /* pixel y of the y axis start */
+    double xScale QXCALC_ALIGN8;  /* for xSource 2 */
+    double xOffset QXCALC_ALIGN8; /* for xSource 2 */
+    double yScale QXCALC_ALIGN8;  /* y = sample * yScale + yOffset */
     double yOffset QXCALC_ALIGN8;
-    double xMax QXCALC_ALIGN8;
-    double xMin QXCALC_ALIGN8;
-    double xLogMax QXCALC_ALIGN8;
-    double xLogMin QXCALC_ALIGN8;
-    double yMax QXCALC_ALIGN8;
-    double yMin QXCALC_ALIGN8;
-    double yLogMax QXCALC_ALIGN8;
-    double yLogMin QXCALC_ALIGN8;
-    double dbReference QXCALC_ALIGN8;
-    const void* ySamples;   /* float or double, per ySampleType */
-    const double* xValues;
-    int32_t* xPixelsOut;    /* receives 1 or 4 values */
-    int32_t* yPixelsOut;    /* receives 1 or 4 values */
-    uint32_t* pointCountOut;
+    double xMax QXCALC_ALIGN8;    /* linear x axis end */
+    double xMin QXCALC_ALIGN8;    /* linear x axis start */
+    double xLogMax QXCALC_ALIGN8; /* logarithmic x axis end, in log10 units */
+    double xLogMin QXCALC_ALIGN8; /* logarithmic x axis start, in log10 units */
+    double yMax QXCALC_ALIGN8;    /* linear or decibel y axis end */
+    double yMin QXCALC_ALIGN8;    /* linear or decibel y axis start */
+    double yLogMax QXCALC_ALIGN8; /* logarithmic y axis end, in log10 units */
+    double yLogMin QXCALC_ALIGN8; /* logarithmic y axis start, in log10 units */
+    double dbReference QXCALC_ALIGN8; /* the y of 0 dB */
+    const void* ySamples;   /* the current point's sample (and the next three), per ySampleType */
+    const double* xValues;  /* x array for xSource 1 */
+    int32_t* xPixelsOut;    /* receives 1 or 4 pixel x values */
+    int32_t* yPixelsOut;    /* receives 1 or 4 pixel y values */
+    uint32_t* pointCountOut; /* receives 1 or 4 */
 } GraphMapping;
 
 /* Creation parameters of a CHS interpolator. */
@@ -336,9 +338,17 @@ QXCALC_API void QXCALC_CALL qxCalcCARunningVal(const float* cycleValues,
 
 /* ---- Graph and cursor helpers --------------------------------------------- */
 
-/* Maps one or four data points to pixels; results go through the record's pointers. */
+/* Maps one point (pointsLeft <= 3: +0.5 and truncation) or four (double lanes:
+ * half to even) to pixels, positions limited to +-1e6 axis lengths and pixels
+ * to -32768..32767; the paths differ in their log and dB domains on purpose.
+ * Results and their count go through the record's pointers. */
 QXCALC_API void QXCALC_CALL qxcalcGetXYValGraph2D(const GraphMapping* mapping);
-/* Finds the drawn pixel nearest to the cursor; outputs keep their values if none. */
+/* Finds the pixel nearest to (cursorX, cursorY) whose colour is none of 0x000000,
+ * 0x010000, 0x808080, 0x848284 and ignoredColour; row r starts r * (stride / 4)
+ * pixels below `pixels`. Pixels after the last whole group of four report their
+ * x within that tail; the 2nd and 4th pixel of a group score one column further
+ * when the pixel before them lies right of a cursor at column >= 0. Outputs
+ * keep their values if no pixel counts; height <= 0 returns at once. */
 QXCALC_API void QXCALC_CALL qxcalcFindCursorXY(const uint32_t* pixels, int32_t stride,
                                                int32_t width, int32_t height, int32_t cursorX,
                                                int32_t cursorY, uint32_t* foundColour,
