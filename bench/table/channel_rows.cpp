@@ -57,10 +57,12 @@ Row channelRow(const char* job)
                 const Block<Out> out = inPlace ? Block<Out>{std::reinterpret_pointer_cast<Out[]>(raw.values), raw.n}
                                                : block<Out>(raw.n);
                 using Params = std::conditional_t<std::is_same_v<Out, float>, ChannelScaleParams_float, ChannelScaleParams_double>;
-                const Params p{raw.data(), out.data(), 1, 0, static_cast<int32_t>(raw.n), code};
                 Case c;
                 c.work = static_cast<double>(bytes + raw.n * sizeof(Out));
-                c.ours = [=] { scale<aligned>(&p); };
+                c.ours = [=] {
+                    const Params p{raw.data(), out.data(), 1, 0, static_cast<int32_t>(raw.n), code};
+                    scale<aligned>(&p);
+                };
                 c.scalar = [=] { plainScale<Raw, Out>(raw.data(), out.data(), raw.n, 1, 0); };
                 c.peers = peers(raw, out);
                 c.input = raw.data(), c.inputBytes = bytes, c.writesBlock = true;
