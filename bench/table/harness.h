@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -91,6 +92,19 @@ template <class T>
 Block<T> blockOfBytes(std::size_t bytes, unsigned seed = 1)
 {
     return block<T>(bytes / sizeof(T), seed);
+}
+
+// A value-initialised T on a 64-byte boundary: records whose vectors would
+// otherwise straddle cache lines or not, depending on where the allocator
+// happens to put them on each build.
+template <class T>
+std::shared_ptr<T> make64()
+{
+    void* p = std::aligned_alloc(64, (sizeof(T) + 63) / 64 * 64);
+    return std::shared_ptr<T>(new (p) T(), [](T* t) {
+        t->~T();
+        std::free(t);
+    });
 }
 
 // Keeps a result alive without a store the compiler could drop.
