@@ -48,7 +48,8 @@ int main(int argc, char** argv)
     fs::remove_all(dir), fs::create_directories(dir);
     std::string out, err;
     run(generator + " " + (dir / "short.wav").string() + " --cycles 6", dir, out, err);
-    const int code = run(demo + " --input " + (dir / "short.wav").string() + " --output-dir " + (dir / "out").string(),
+    const int code = run(demo + " --input " + (dir / "short.wav").string() + " --output-dir " + (dir / "out").string() +
+                             " --output-rate 11025",
                          dir, out, err);
     expect(code == 0 && err.empty(), "good run: exit " + std::to_string(code) + ", " + err);
 
@@ -87,12 +88,12 @@ int main(int argc, char** argv)
     expect(std::abs(reported - peak) < 0.3 && std::abs(reportedAngle - peakAngle) < 3,
            "peak " + std::to_string(reported) + " bar at " + std::to_string(reportedAngle) + ", expected about " +
                std::to_string(peak) + " at " + std::to_string(peakAngle));
-    // Resampled to 8000 Hz: every output position j * 2.5 up to the last input sample.
-    const long resampled = (frames - 1) * 2 / 5 + 1;
-    expect(out.find("-> " + std::to_string(resampled) + " samples at 8000 Hz") != std::string::npos, "resampled length");
+    // Resampled to 11025 Hz: every output up to the last input sample (the last one only from the final flush).
+    const long resampled = static_cast<long>(std::floor((frames - 1) * 11025.0 / 20000)) + 1;
+    expect(out.find("-> " + std::to_string(resampled) + " samples at 11025 Hz") != std::string::npos, "resampled length");
     SF_INFO written{};
-    expect(readWav(dir / "out/vibration_8000Hz.wav", written).size() == static_cast<size_t>(resampled) &&
-               written.samplerate == 8000, "resampled WAV");
+    expect(readWav(dir / "out/vibration_11025Hz.wav", written).size() == static_cast<size_t>(resampled) &&
+               written.samplerate == 11025, "resampled WAV");
     expect(fs::file_size(dir / "out/pressure_trace.png") > 1000 && fs::file_size(dir / "out/pv_diagram.png") > 1000,
            "pictures written");
 
