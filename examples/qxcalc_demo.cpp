@@ -14,6 +14,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -101,11 +102,16 @@ Options parse(int argc, char** argv)
 
 // Progress on stderr, only for inputs that take a while.
 constexpr uint32_t kLongInput = 4000000; // frames
+// Each stage rewrites its own line whenever its whole percentage changes.
 struct Progress {
     bool shown;
+    mutable int last = -1;
     void operator()(const char* stage, double done) const
     {
-        if (shown) std::fprintf(stderr, "\r%-12s %3d%%%s", stage, static_cast<int>(100 * done), done >= 1 ? "\n" : "");
+        const int percent = static_cast<int>(100 * done);
+        if (!shown || percent == last) return;
+        std::fprintf(stderr, "\r%-10s %3d%%%s", stage, percent, percent >= 100 ? "\n" : "");
+        last = percent >= 100 ? -1 : percent;
     }
 };
 
@@ -166,7 +172,7 @@ struct LowPass {
     IIRFilter filter{3, 2, 2, 0, gains, blocks};
     LowPass(double cutoff, double rate, float start)
     {
-        const double k = std::tan(M_PI * cutoff / rate), q[2] = {0.54119610, 1.30656296};
+        const double k = std::tan(std::numbers::pi * cutoff / rate), q[2] = {0.54119610, 1.30656296};
         for (int s = 0; s < 2; ++s) {
             const double norm = 1 / (1 + k / q[s] + k * k), b0 = k * k * norm;
             IIRBlock* b = blocks + 3 * s;
@@ -184,7 +190,7 @@ std::vector<float> firLowPass(int taps, double cutoff, double rate)
     double sum = 0;
     for (int i = 0; i < taps; ++i) {
         const double m = i - (taps - 1) / 2.0, f = 2 * cutoff / rate;
-        h[i] = (m == 0 ? f : std::sin(M_PI * f * m) / (M_PI * m)) * (0.54 - 0.46 * std::cos(2 * M_PI * i / (taps - 1)));
+        h[i] = (m == 0 ? f : std::sin(std::numbers::pi * f * m) / (std::numbers::pi * m)) * (0.54 - 0.46 * std::cos(2 * std::numbers::pi * i / (taps - 1)));
         sum += h[i];
     }
     std::vector<float> normalised(taps);
@@ -231,7 +237,7 @@ Cycles analyseCycles(const Options& o, const float* pressure, const float* angle
         for (uint32_t i = first, d = 0; d < kPositions; ++d) {
             while (i + 1 < end && angle[i] < d) ++i;
             curve[d] = channel[i - first];
-            if (k == 0) c.volume[d] = volume[i];
+            if (k == 0) c.volume[d] = volume[i]; // the same in every cycle
         }
         qxCalcCAOverallPressure(curve.data(), c.overall.get(), 0, kPositions, k, &c.overallPeak);
         float* leaving = &ring[(k % kWindow) * kPositions];
@@ -266,7 +272,7 @@ void linearTicks(double from, double to, double step, int p0, int p1, std::vecto
 std::vector<demo::Bitmap> draw(const Cycles& c, uint32_t peakDegree, std::vector<demo::Point>& cursors)
 {
     std::vector<demo::Bitmap> pictures;
-    const double pMax = std::ceil(c.overallPeak * 1.1 / 10) * 10;
+    const double pMax = std::max(10.0, std::ceil(c.overallPeak * 1.1 / 10) * 10);
     { // pressure trace of the mean cycle
         demo::Bitmap b(800, 500);
         const demo::Plot plot{110, 70, 770, 420, 0, 720, 0, pMax, false};
