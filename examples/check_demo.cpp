@@ -64,7 +64,7 @@ int main(int argc, char** argv)
             lo = std::min(lo, v), hi = std::max(hi, v), sum += v, squares += v * v;
         }
         char line[160];
-        std::snprintf(line, sizeof line, " %8.0f %8.0f %11.3f %11.3f\n", lo, hi, sum / frames, std::sqrt(squares / frames));
+        std::snprintf(line, sizeof line, " %8.0f %8.0f %11.3f %11.3f ", lo, hi, sum / frames, std::sqrt(squares / frames));
         expect(out.find(line) != std::string::npos, "statistics of channel " + std::to_string(c) + ": " + line);
     }
     // Cycles between wraps of the crank angle; the peak of the offset-corrected pressure inside them.
@@ -104,8 +104,8 @@ int main(int argc, char** argv)
     const struct {
         std::string arguments, message;
         int code;
-    } bad[] = {{"--input " + (dir / "missing.wav").string(), "cannot read", 1},
-               {"--input " + (dir / "text.wav").string(), "cannot read", 1},
+    } bad[] = {{"--input " + (dir / "missing.wav").string(), "cannot open", 1},
+               {"--input " + (dir / "text.wav").string(), "is not a WAV file", 1},
                {"--input " + (dir / "stereo.wav").string(), "has 2 channel(s); the channel roles need 4", 1},
                {"--input " + (dir / "empty.wav").string(), "holds no samples", 1},
                {"--frobnicate 1", "unknown option --frobnicate", 2},

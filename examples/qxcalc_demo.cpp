@@ -137,7 +137,9 @@ Recording read(const Options& o)
 {
     SF_INFO info{};
     SNDFILE* file = sf_open(o.input.c_str(), SFM_READ, &info);
-    if (!file) throw Failure{1, "cannot read " + o.input + ": " + sf_strerror(nullptr)};
+    if (!file && std::filesystem::is_regular_file(o.input))
+        throw Failure{1, o.input + " is not a WAV file (" + sf_strerror(nullptr) + ")"};
+    if (!file) throw Failure{1, "cannot open " + o.input + ": no such file"};
     std::unique_ptr<SNDFILE, decltype(&sf_close)> closer(file, &sf_close);
     const int type = info.format & SF_FORMAT_TYPEMASK;
     if (type != SF_FORMAT_WAV && type != SF_FORMAT_WAVEX && type != SF_FORMAT_RF64)
@@ -325,16 +327,26 @@ int run(const Options& o)
 
     // De-interleave with statistics, one pass per channel.
     std::vector<Aligned<int16_t>> raw;
-    std::printf("channel  role       minimum  maximum     average         RMS  (counts)\n");
+    std::printf("channel  role       minimum  maximum     average         RMS  (counts; in units)\n");
     for (int ch = 0; ch < r.channels; ++ch) {
         raw.emplace_back(n);
         int16_t lo = INT16_MAX, hi = INT16_MIN;
         double sum = 0, squares = 0;
         qxcalcMoveAndGetMinMaxAveRMS_int16_t(raw.back().get(), r.interleaved.data() + ch, n, &lo, &hi, &sum, &squares,
                                              0.0f, r.channels);
-        const char* role = ch == o.pressure ? "pressure" : ch == o.angle ? "angle" : ch == o.volume ? "volume"
-                         : ch == o.vibration ? "vibration" : "-";
-        std::printf("%7d  %-9s %8d %8d %11.3f %11.3f\n", ch, role, lo, hi, sum / n, std::sqrt(squares / n));
+        const struct {
+            int channel;
+            const char* role;
+            double scale;
+            const char* unit;
+        } roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"}, {o.angle, "angle", o.angleScale, "deg"},
+                     {o.volume, "volume", o.volumeScale, "cm3"},       {o.vibration, "vibration", o.vibrationScale, "g"}};
+        const auto* role = std::find_if(std::begin(roles), std::end(roles), [ch](auto& r) { return r.channel == ch; });
+        std::printf("%7d  %-9s %8d %8d %11.3f %11.3f", ch, role == std::end(roles) ? "-" : role->role, lo, hi, sum / n,
+                    std::sqrt(squares / n));
+        if (role != std::end(roles))
+            std::printf("  %.3f to %.3f %s", lo * role->scale, hi * role->scale, role->unit);
+        std::printf("\n");
     }
 
     // Physical units.
