@@ -97,6 +97,7 @@ Options parse(int argc, char** argv)
             }
         if (!known) throw Failure{2, "unknown option " + option + " (see --help)"};
     }
+    if (o.rate > 1e6 || o.outputRate > 1e6) throw Failure{2, "rates above 1 MHz are not supported"};
     return o;
 }
 
@@ -314,6 +315,98 @@ std::vector<demo::Bitmap> draw(const Cycles& c, uint32_t peakDegree, std::vector
     return pictures;
 }
 
+// De-interleaves every channel and reports its statistics, gathered in the same pass.
+std::vector<Aligned<int16_t>> deinterleave(const Options& o, const Recording& r)
+{
+    const struct {
+        int channel;
+        const char* role;
+        double scale;
+        const char* unit;
+    } roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"}, {o.angle, "angle", o.angleScale, "deg"},
+                 {o.volume, "volume", o.volumeScale, "cm3"},       {o.vibration, "vibration", o.vibrationScale, "g"}};
+    std::vector<Aligned<int16_t>> channels;
+    std::printf("channel  role       minimum  maximum     average         RMS  (counts; in units)\n");
+    for (int ch = 0; ch < r.channels; ++ch) {
+        channels.emplace_back(r.frames);
+        int16_t lo = INT16_MAX, hi = INT16_MIN;
+        double sum = 0, squares = 0;
+        qxcalcMoveAndGetMinMaxAveRMS_int16_t(channels.back().get(), r.interleaved.data() + ch, r.frames, &lo, &hi, &sum,
+                                             &squares, 0.0f, r.channels);
+        const auto* role = std::find_if(std::begin(roles), std::end(roles), [ch](auto& x) { return x.channel == ch; });
+        std::printf("%7d  %-9s %8d %8d %11.3f %11.3f", ch, role == std::end(roles) ? "-" : role->role, lo, hi,
+                    sum / r.frames, std::sqrt(squares / r.frames));
+        if (role != std::end(roles)) std::printf("  %.3f to %.3f %s", lo * role->scale, hi * role->scale, role->unit);
+        std::printf("\n");
+    }
+    return channels;
+}
+
+Aligned<float> toUnits(const Aligned<int16_t>& raw, uint32_t n, double scale)
+{
+    Aligned<float> out(n);
+    const ChannelScaleParams_float p{raw.get(), out.get(), static_cast<float>(scale), 0.0f, static_cast<int32_t>(n),
+                                     Int16};
+    qxcalcChannelGetScaledValuesAtPos_float_aligned_output(&p);
+    return out;
+}
+
+// The pressure through a low-pass against noise, the vibration through an
+// anti-alias FIR below the Nyquist frequency of the rate it is resampled to.
+void filter(const Options& o, const Recording& r, float* pressure, float* vibration, const Progress& progress)
+{
+    LowPass lowPass(std::min(3000.0, 0.3 * r.rate), r.rate, pressure[0]);
+    const std::vector<float> taps = firLowPass(63, 0.4 * std::min(o.outputRate, r.rate), r.rate);
+    const auto length = static_cast<int32_t>(taps.size());
+    std::vector<float> history(taps.size(), vibration[0]); // a ring: the newest sample replaces the oldest
+    int32_t oldest = 0;
+    for (uint32_t i = 0; i < r.frames; ++i) {
+        pressure[i] = qxcalcIIRFilter_float(&lowPass.filter, pressure[i]);
+        history[oldest] = vibration[i];
+        oldest = (oldest + 1) % length;
+        vibration[i] = qxcalcFIRFilter_float(history.data(), taps.data(), length, oldest);
+        if ((i & 0xFFFFF) == 0) progress("filtering", static_cast<double>(i) / r.frames);
+    }
+    progress("filtering", 1);
+}
+
+std::vector<float> resample(const float* samples, uint32_t n, double rate, double outputRate)
+{
+    constexpr uint32_t kRing = 4096;
+    const CHSInterpolatorParams params{rate, outputRate, kRing};
+    CHSInterpolator* interpolator = nullptr;
+    if (qxcalcCHSInterpolator_Create(&interpolator, &params) != StatusOk) throw Failure{1, "bad resampling rates"};
+    std::vector<float> resampled;
+    float* out = nullptr;
+    uint32_t produced = 0;
+    for (uint32_t at = 0, block; at < n; at += block) {
+        block = std::min(kRing - 2, n - at); // the ring keeps the previous block's last samples
+        qxcalcCHSInterpolator_InterpolateValues(interpolator, samples + at, block, &out, &produced);
+        resampled.insert(resampled.end(), out, out + produced);
+    }
+    qxcalcCHSInterpolator_Stop(interpolator, &out, &produced); // the outputs up to the last sample
+    resampled.insert(resampled.end(), out, out + produced);
+    qxcalcCHSInterpolator_Destroy(interpolator);
+    return resampled;
+}
+
+void writeWav(const std::string& path, const std::vector<float>& values, double scale, double rate)
+{
+    std::vector<int16_t> counts(values.size());
+    for (size_t i = 0; i < counts.size(); ++i)
+        counts[i] = static_cast<int16_t>(std::clamp(std::lround(values[i] / scale), -32768L, 32767L));
+    SF_INFO info{};
+    info.samplerate = static_cast<int>(std::lround(rate));
+    info.channels = 1;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    const bool written =
+        file && sf_writef_short(file, counts.data(), static_cast<sf_count_t>(counts.size())) ==
+                    static_cast<sf_count_t>(counts.size());
+    if (file) sf_close(file);
+    if (!written) throw Failure{1, "cannot write " + path};
+}
+
 int run(const Options& o)
 {
     const Recording r = read(o);
@@ -325,83 +418,23 @@ int run(const Options& o)
     std::printf("recording: %s, %d channels, %u frames at %g Hz (%.3f s)\n", o.input.c_str(), r.channels, n, r.rate,
                 n / r.rate);
 
-    // De-interleave with statistics, one pass per channel.
-    std::vector<Aligned<int16_t>> raw;
-    std::printf("channel  role       minimum  maximum     average         RMS  (counts; in units)\n");
-    for (int ch = 0; ch < r.channels; ++ch) {
-        raw.emplace_back(n);
-        int16_t lo = INT16_MAX, hi = INT16_MIN;
-        double sum = 0, squares = 0;
-        qxcalcMoveAndGetMinMaxAveRMS_int16_t(raw.back().get(), r.interleaved.data() + ch, n, &lo, &hi, &sum, &squares,
-                                             0.0f, r.channels);
-        const struct {
-            int channel;
-            const char* role;
-            double scale;
-            const char* unit;
-        } roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"}, {o.angle, "angle", o.angleScale, "deg"},
-                     {o.volume, "volume", o.volumeScale, "cm3"},       {o.vibration, "vibration", o.vibrationScale, "g"}};
-        const auto* role = std::find_if(std::begin(roles), std::end(roles), [ch](auto& r) { return r.channel == ch; });
-        std::printf("%7d  %-9s %8d %8d %11.3f %11.3f", ch, role == std::end(roles) ? "-" : role->role, lo, hi, sum / n,
-                    std::sqrt(squares / n));
-        if (role != std::end(roles))
-            std::printf("  %.3f to %.3f %s", lo * role->scale, hi * role->scale, role->unit);
-        std::printf("\n");
-    }
+    const std::vector<Aligned<int16_t>> raw = deinterleave(o, r);
+    Aligned<float> pressure = toUnits(raw[o.pressure], n, o.pressureScale);
+    const Aligned<float> angle = toUnits(raw[o.angle], n, o.angleScale);
+    Aligned<float> vibration = toUnits(raw[o.vibration], n, o.vibrationScale);
+    Aligned<double> volume(n); // in double: the p-V diagram's x values
+    const ChannelScaleParams_double v{raw[o.volume].get(), volume.get(), o.volumeScale, 0.0, static_cast<int32_t>(n),
+                                      Int16};
+    qxcalcChannelGetScaledValuesAtPos_double(&v);
 
-    // Physical units.
-    auto scaled = [&](int ch, double scale) {
-        Aligned<float> out(n);
-        const ChannelScaleParams_float p{raw[ch].get(), out.get(), static_cast<float>(scale), 0.0f,
-                                         static_cast<int32_t>(n), Int16};
-        qxcalcChannelGetScaledValuesAtPos_float_aligned_output(&p);
-        return out;
-    };
-    Aligned<float> pressure = scaled(o.pressure, o.pressureScale), angle = scaled(o.angle, o.angleScale);
-    Aligned<float> vibration = scaled(o.vibration, o.vibrationScale);
-    Aligned<double> volume(n);
-    const ChannelScaleParams_double pv{raw[o.volume].get(), volume.get(), o.volumeScale, 0.0, static_cast<int32_t>(n),
-                                       Int16};
-    qxcalcChannelGetScaledValuesAtPos_double(&pv);
-
-    // Filters: the pressure through a 3 kHz low-pass, the vibration through an
-    // anti-alias FIR below the new rate's Nyquist frequency.
-    LowPass lowPass(std::min(3000.0, 0.3 * r.rate), r.rate, pressure[0]);
-    const std::vector<float> taps = firLowPass(63, 0.4 * std::min(o.outputRate, r.rate), r.rate);
-    std::vector<float> history(taps.size(), vibration[0]);
-    int32_t oldest = 0;
-    for (uint32_t i = 0; i < n; ++i) {
-        pressure[i] = qxcalcIIRFilter_float(&lowPass.filter, pressure[i]);
-        history[oldest] = vibration[i];
-        oldest = (oldest + 1) % static_cast<int32_t>(taps.size());
-        vibration[i] = qxcalcFIRFilter_float(history.data(), taps.data(), static_cast<int32_t>(taps.size()), oldest);
-        if ((i & 0xFFFFF) == 0) progress("filtering", static_cast<double>(i) / n);
-    }
-    progress("filtering", 1);
-
+    filter(o, r, pressure.get(), vibration.get(), progress);
     const Cycles cycles = analyseCycles(o, pressure.get(), angle.get(), volume.get(), n, progress);
     const uint32_t peakDegree = static_cast<uint32_t>(
         std::find(cycles.overall.get(), cycles.overall.get() + kPositions, cycles.overallPeak) - cycles.overall.get());
     const float* runningPeak = std::max_element(cycles.running.get(), cycles.running.get() + kPositions);
-
-    // Resampling of the vibration.
-    const CHSInterpolatorParams params{r.rate, o.outputRate, 4096};
-    CHSInterpolator* interpolator = nullptr;
-    if (qxcalcCHSInterpolator_Create(&interpolator, &params) != StatusOk) throw Failure{1, "bad resampling rates"};
-    std::vector<float> resampled;
-    float* out = nullptr;
-    uint32_t produced = 0;
-    for (uint32_t at = 0, block; at < n; at += block) {
-        block = std::min<uint32_t>(4094, n - at); // the ring keeps two samples of the previous block
-        qxcalcCHSInterpolator_InterpolateValues(interpolator, vibration.get() + at, block, &out, &produced);
-        resampled.insert(resampled.end(), out, out + produced);
-    }
-    qxcalcCHSInterpolator_Stop(interpolator, &out, &produced);
-    resampled.insert(resampled.end(), out, out + produced);
-    qxcalcCHSInterpolator_Destroy(interpolator);
-
+    const std::vector<float> resampled = resample(vibration.get(), n, r.rate, o.outputRate);
     std::vector<demo::Point> cursors;
-    std::vector<demo::Bitmap> pictures = draw(cycles, peakDegree, cursors);
+    const std::vector<demo::Bitmap> pictures = draw(cycles, peakDegree, cursors);
 
     const uint32_t complete = static_cast<uint32_t>(cycles.starts.size() - 1);
     std::printf("cycles: %u complete, %.1f samples each on average\n", complete,
@@ -413,6 +446,8 @@ int run(const Options& o)
                 static_cast<int>(runningPeak - cycles.running.get()));
     std::printf("resampled: vibration, %u samples at %g Hz -> %zu samples at %g Hz\n", n, r.rate, resampled.size(),
                 o.outputRate);
+    std::printf("cursor: pressure trace (%d, %d), p-V diagram (%d, %d) pixels\n", cursors[0].x, cursors[0].y,
+                cursors[1].x, cursors[1].y);
 
     // Output, only now that everything has been computed.
     std::error_code ignored;
@@ -421,20 +456,7 @@ int run(const Options& o)
     const std::string wav = o.outputDir + "/vibration_" + std::to_string(std::lround(o.outputRate)) + "Hz.wav";
     if (!pictures[0].writePng(trace) || !pictures[1].writePng(pvDiagram))
         throw Failure{1, "cannot write the pictures into " + o.outputDir};
-    SF_INFO info{};
-    info.samplerate = static_cast<int>(std::lround(o.outputRate));
-    info.channels = 1;
-    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    std::vector<int16_t> counts(resampled.size());
-    for (size_t i = 0; i < counts.size(); ++i)
-        counts[i] = static_cast<int16_t>(std::clamp(std::lround(resampled[i] / o.vibrationScale), -32768L, 32767L));
-    SNDFILE* file = sf_open(wav.c_str(), SFM_WRITE, &info);
-    const bool written = file && sf_writef_short(file, counts.data(), counts.size()) ==
-                                     static_cast<sf_count_t>(counts.size());
-    if (file) sf_close(file);
-    if (!written) throw Failure{1, "cannot write " + wav};
-    std::printf("cursor: pressure trace (%d, %d), p-V diagram (%d, %d) pixels\n", cursors[0].x, cursors[0].y,
-                cursors[1].x, cursors[1].y);
+    writeWav(wav, resampled, o.vibrationScale, o.outputRate);
     std::printf("written: %s, %s, %s\n", trace.c_str(), pvDiagram.c_str(), wav.c_str());
     return EXIT_SUCCESS;
 }
