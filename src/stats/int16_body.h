@@ -61,21 +61,25 @@ struct ExactLanes {
 // multiply-add gives x_k + x_(k+4) and x_k^2 + x_(k+4)^2. The squares (up to
 // 2^31, unsigned) are added as 64-bit pairs (low lane + 2^32 * high lane) and
 // the high lanes once more on their own, which recovers both lanes exactly at
-// the end without widening every vector. Seven vector registers live.
+// the end without widening every vector. Seven vector registers live; kept
+// out of line because, inlined into the chunk walk, the 32-bit build's
+// register allocation spilled an accumulator to the stack.
 template <bool Copy>
-QX_INLINE ExactLanes chunkTotals(const int16_t* p, uint32_t vectors, int16_t* out, MinMaxVectors<int16_t>& minMax,
+__attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vectors, int16_t* out, MinMaxVectors<int16_t>& minMax,
                                  int32_t quarters)
 {
-    const __m128i pairUp = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);
     const __m128i ones = _mm_set1_epi16(1);
     __m128i sums = _mm_setzero_si128(), squaresWide = sums, squaresHigh = sums;
     __m128i lo = minMax.lo, hi = minMax.hi;
-    for (uint32_t k = 0; k < vectors; ++k) {
-        const __m128i v = L16::load(p + k * L16::width);
-        if constexpr (Copy) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k * L16::width), v);
+    for (const int16_t* end = p + vectors * L16::width; p != end; p += L16::width) {
+        const __m128i v = L16::load(p);
+        if constexpr (Copy) {
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(out), v);
+            out += L16::width;
+        }
         lo = _mm_min_epi16(lo, v);
         hi = _mm_max_epi16(hi, v);
-        const __m128i paired = _mm_shuffle_epi8(v, pairUp);
+        const __m128i paired = _mm_unpacklo_epi16(v, _mm_srli_si128(v, 8));
         sums = _mm_add_epi32(sums, _mm_madd_epi16(paired, ones));
         const __m128i squares = _mm_madd_epi16(paired, paired);
         squaresWide = _mm_add_epi64(squaresWide, squares);
@@ -100,18 +104,23 @@ QX_INLINE ExactLanes chunkTotals(const int16_t* p, uint32_t vectors, int16_t* ou
     return t;
 }
 
-// The ordered chain over vectors [k, vectors).
+// The ordered chain over vectors [k, vectors). Out of line, with its state
+// in locals, for the same reason as chunkTotals.
 template <bool Copy>
-QX_INLINE void inOrderFrom(uint32_t k, const int16_t* first, uint32_t vectors, int16_t* out,
-                           MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
+__attribute__((noinline)) void inOrderFrom(uint32_t k, const int16_t* first, uint32_t vectors, int16_t* out,
+                                           MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
 {
     const __m256d offsets = _mm256_set1_pd(offset);
-    simd::forEachInOrder<4>(vectors - k, [&](uint32_t j) {
+    MinMaxVectors<int16_t> m = minMax;
+    SumLanes l = lanes;
+    simd::forEachInOrder<2>(vectors - k, [&](uint32_t j) {
         const __m128i v = L16::load(first + (k + j) * L16::width);
         if constexpr (Copy) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (k + j) * L16::width), v);
-        minMax.fold(v);
-        lanes.add(simd::widenInt16x8(v), offsets);
+        m.fold(v);
+        l.add(simd::widenInt16x8(v), offsets);
     });
+    minMax = m;
+    lanes = l;
 }
 
 inline __m256d asDoubles(const int64_t (&v)[4], double scale)

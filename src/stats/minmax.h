@@ -45,7 +45,7 @@ struct MinMaxVectors {
 
 // Minimum and maximum of a run of aligned vectors in several independent
 // accumulator pairs, vectors dealt out round-robin, so that no single chain
-// of dependent min/max instructions sets the pace; merged at the end. Three
+// of dependent min/max instructions sets the pace; merged at the end. The
 // pairs, the vector in flight and the NaN record fit eight vector registers.
 //
 // Integer minimum and maximum are associative: any order gives the result of
@@ -62,16 +62,17 @@ struct MinMaxSpread {
     using L = simd::Lanes<T>;
     using Vec = typename L::Vec;
     static constexpr bool floating = std::is_floating_point_v<T>;
-    static constexpr unsigned pairs = 3;
+    // Floating min/max take several cycles, so three chains; integer ones
+    // take one, and two chains leave registers for the loop's addresses.
+    static constexpr unsigned pairs = floating ? 3 : 2;
 
     MinMaxVectors<T> acc[pairs];
     Vec nonFinite;  // floating types: OR of v - v over every vector seen
 
     static QX_INLINE MinMaxSpread seededWith(Vec v)
     {
-        MinMaxSpread s{{MinMaxVectors<T>::seededWith(v), MinMaxVectors<T>::seededWith(v),
-                        MinMaxVectors<T>::seededWith(v)},
-                       Vec{}};
+        MinMaxSpread s;
+        for (auto& a : s.acc) a = MinMaxVectors<T>::seededWith(v);
         if constexpr (floating) s.nonFinite = L::sub(v, v);
         return s;
     }
@@ -85,21 +86,19 @@ struct MinMaxSpread {
     // per loop iteration.
     QX_INLINE void foldAligned(const T* p, uint32_t vectors)
     {
-        constexpr unsigned W = L::width;
-        auto a = acc[0], b = acc[1], c = acc[2];
-        Vec u = nonFinite;
-        auto step = [&u](MinMaxVectors<T>& m, const T* q) {
+        constexpr unsigned W = L::width, perLoop = 2 * pairs;
+        MinMaxSpread s = *this;
+        auto step = [&s](unsigned pair, const T* q) {
             const Vec v = L::load(q);
-            m.fold(v);
-            if constexpr (floating) u = L::bitOr(u, L::sub(v, v));
+            s.acc[pair].fold(v);
+            if constexpr (floating) s.nonFinite = L::bitOr(s.nonFinite, L::sub(v, v));
         };
-        for (const T* end = p + vectors / 6 * 6 * W; p != end; p += 6 * W) {
-            step(a, p), step(b, p + W), step(c, p + 2 * W);
-            step(a, p + 3 * W), step(b, p + 4 * W), step(c, p + 5 * W);
+        for (const T* end = p + vectors / perLoop * perLoop * W; p != end; p += perLoop * W) {
+#pragma GCC unroll 8
+            for (unsigned j = 0; j < perLoop; ++j) step(j % pairs, p + j * W);
         }
-        for (uint32_t k = 0; k < vectors % 6; ++k) step(a, p + k * W);
-        acc[0] = a, acc[1] = b, acc[2] = c;
-        nonFinite = u;
+        for (uint32_t k = 0; k < vectors % perLoop; ++k) step(0, p + k * W);
+        *this = s;
     }
     QX_INLINE MinMaxVectors<T> merged() const
     {
