@@ -20,6 +20,7 @@ namespace qx::simd {
 
 QX_IN_ORDER(addInOrder, float, "vaddss")
 QX_IN_ORDER(addInOrder, double, "vaddsd")
+QX_IN_ORDER(addInOrder, __m128, "vaddps")
 QX_IN_ORDER(addInOrder, __m128d, "vaddpd")
 QX_IN_ORDER(addInOrder, __m256, "vaddps")
 QX_IN_ORDER(addInOrder, __m256d, "vaddpd")
