@@ -127,38 +127,40 @@ typedef struct PinkFilterState {
 } PinkFilterState;
 
 /* One XY-graph mapping call: where the points come from, the axes, the plot
- * rectangle and where the pixels go. */
+ * rectangle and where the pixels go. The caller advances pointsLeft, index and
+ * ySamples by the count written to *pointCountOut before the next call. */
 typedef struct GraphMapping {
-    uint32_t pointsLeft;    /* >= 4: four points are mapped, else one */
+    uint32_t pointsLeft;    /* points from the current one on; >= 4 maps four, else one */
     uint8_t reserved;       /* not read */
-    uint8_t xSource;        /* 0 index, 1 xValues[index], 2 index*xScale+xOffset */
+    uint8_t xSource;        /* 0 index, 1 xValues[index], 2 index*xScale+xOffset,
+                               other: xMin (one point) or 0 (four points) */
     uint8_t ySampleType;    /* 5: ySamples is float, else double */
-    uint8_t xAxisType;      /* 0 linear, 1 logarithmic, else unnormalised */
-    uint32_t index;         /* index of the current point */
-    uint8_t yAxisType;      /* 0 linear, 1 logarithmic, else decibels */
-    uint8_t reservedBytes[3];
-    int16_t left;
-    int16_t top;
-    int16_t right;
-    int16_t bottom;
-    double xScale QXCALC_ALIGN8;
-    double xOffset QXCALC_ALIGN8;
-    double yScale QXCALC_ALIGN8;
+    uint8_t xAxisType;      /* 0 linear, 1 logarithmic, else x used as the position itself */
+    uint32_t index;         /* index of the current point; four points read index + 0..3 */
+    uint8_t yAxisType;      /* 0 linear, 1 logarithmic, else decibels (20 log10(y / dbReference)) */
+    uint8_t reservedBytes[3]; /* not read */
+    int16_t left;           /* pixel x of the x axis start */
+    int16_t top;            /* pixel y of the y axis end */
+    int16_t right;          /* pixel x of the x axis end */
+    int16_t bottom;         /* pixel y of the y axis start */
+    double xScale QXCALC_ALIGN8;  /* for xSource 2 */
+    double xOffset QXCALC_ALIGN8; /* for xSource 2 */
+    double yScale QXCALC_ALIGN8;  /* y = sample * yScale + yOffset */
     double yOffset QXCALC_ALIGN8;
-    double xMax QXCALC_ALIGN8;
-    double xMin QXCALC_ALIGN8;
-    double xLogMax QXCALC_ALIGN8;
-    double xLogMin QXCALC_ALIGN8;
-    double yMax QXCALC_ALIGN8;
-    double yMin QXCALC_ALIGN8;
-    double yLogMax QXCALC_ALIGN8;
-    double yLogMin QXCALC_ALIGN8;
-    double dbReference QXCALC_ALIGN8;
-    const void* ySamples;   /* float or double, per ySampleType */
-    const double* xValues;
-    int32_t* xPixelsOut;    /* receives 1 or 4 values */
-    int32_t* yPixelsOut;    /* receives 1 or 4 values */
-    uint32_t* pointCountOut;
+    double xMax QXCALC_ALIGN8;    /* linear x axis end */
+    double xMin QXCALC_ALIGN8;    /* linear x axis start */
+    double xLogMax QXCALC_ALIGN8; /* logarithmic x axis end, in log10 units */
+    double xLogMin QXCALC_ALIGN8; /* logarithmic x axis start, in log10 units */
+    double yMax QXCALC_ALIGN8;    /* linear or decibel y axis end */
+    double yMin QXCALC_ALIGN8;    /* linear or decibel y axis start */
+    double yLogMax QXCALC_ALIGN8; /* logarithmic y axis end, in log10 units */
+    double yLogMin QXCALC_ALIGN8; /* logarithmic y axis start, in log10 units */
+    double dbReference QXCALC_ALIGN8; /* the y of 0 dB */
+    const void* ySamples;   /* the current point's sample (and the next three), per ySampleType */
+    const double* xValues;  /* x array for xSource 1 */
+    int32_t* xPixelsOut;    /* receives 1 or 4 pixel x values */
+    int32_t* yPixelsOut;    /* receives 1 or 4 pixel y values */
+    uint32_t* pointCountOut; /* receives 1 or 4 */
 } GraphMapping;
 
 /* Creation parameters of a CHS interpolator. */
@@ -273,14 +275,19 @@ QXCALC_API float QXCALC_CALL qxcalcFIRFilter_float(const float* history, const f
 
 /* ---- Cycle analysis ------------------------------------------------------- */
 
-/* Centred moving average of odd window over input (must not overlap output). */
+/* Centred moving average over w = windowLength | 1 samples, slid as ((m * w + entering) - leaving) / w;
+ * the ends repeat the nearest mean. count < w writes nothing; input and output must not overlap.
+ * The vector form slides five segments from fresh sums (last bits differ) when count >= 64 and
+ * windowLength <= count / 32, else it runs _scalar. */
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double(const double* input, double* output,
                                                          uint16_t windowLength, uint32_t count);
 QXCALC_API void QXCALC_CALL qxcalcCACalcAveFilter_double_scalar(const double* input,
                                                                 double* output,
                                                                 uint16_t windowLength,
                                                                 uint32_t count);
-/* Sum of samples[-i] * coefficients[i * stride], samples pointing at the newest. */
+/* One FIR output: sum of float(samples[-i]) * coefficients[i * stride] for
+ * i < count, samples pointing at the newest sample; single precision, 0.0 for
+ * count 0. Reads only samples[1-count .. 0] and the coefficients used. */
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_float(const float* samples, uint32_t count,
                                                       const float* coefficients, uint32_t stride);
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, uint32_t count,
@@ -289,10 +296,14 @@ QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int16_t(const int16_t* samples, 
 QXCALC_API float QXCALC_CALL qxcalcCACalcFilter_int32_t(const int32_t* samples, uint32_t count,
                                                         const float* coefficients,
                                                         uint32_t stride);
-/* Pressure-volume axis positions: rounded, clamped to [minValue, maxValue]. */
+/* Pressure-volume axis positions: input[i] * scale + offset, rounded and clamped to [minValue,
+ * maxValue]. Under 8 values halves round away from zero and maxValue wins a crossed range; from 8
+ * on the caller's rounding mode applies (ties to even by default) and minValue wins. */
 QXCALC_API void QXCALC_CALL qxcalcCAPV_lin(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset);
+/* The same on a logarithmic axis: fast log10(input[i] / reference) * scale +
+ * offset, ratios floored at 1.0e-9 (nine decades; from 8 values on NaN too). */
 QXCALC_API void QXCALC_CALL qxcalcCAPV_log(const float* input, uint32_t count, int32_t* output,
                                            int32_t minValue, int32_t maxValue, float scale,
                                            float offset, float reference);
@@ -308,12 +319,18 @@ QXCALC_API void QXCALC_CALL qxcalcCADoubleArrToSingleArrInplace(void* data, uint
 /* Widens count floats to doubles in the same buffer, 8 * count bytes long and
  * 32-byte aligned from 8 values; returns data. */
 QXCALC_API double* QXCALC_CALL qxcalcCASingleArrToDoubleArrInplace(void* data, uint32_t count);
-/* Folds a new cycle into the cumulative mean curve; reports its largest value. */
+/* Folds a new cycle into the cumulative mean curve of end - first positions:
+ * overall = (overall * cycleCount + cycle) / (cycleCount + 1), whole blocks
+ * of 8 in double, the rest in float. *maxValue receives the curve's largest
+ * value above 1.17549435e-38 (that value when none is larger). */
 QXCALC_API void QXCALC_CALL qxCalcCAOverallPressure(const float* cycleValues,
                                                     float* overallValues, uint32_t first,
                                                     uint32_t end, uint64_t cycleCount,
                                                     float* maxValue);
-/* Folds a new cycle into the windowed running sum and mean. */
+/* Folds a new cycle into the running sum and mean over the last windowCycles
+ * cycles, last - first + 1 positions: cycleCount 0 copies the cycle, below
+ * windowCycles adds it, from then on adds it and subtracts leavingValues (the
+ * cycle folded in windowCycles calls earlier). */
 QXCALC_API void QXCALC_CALL qxCalcCARunningVal(const float* cycleValues,
                                                const float* leavingValues, float* sumValues,
                                                float* meanValues, uint32_t first, uint32_t last,
@@ -321,9 +338,17 @@ QXCALC_API void QXCALC_CALL qxCalcCARunningVal(const float* cycleValues,
 
 /* ---- Graph and cursor helpers --------------------------------------------- */
 
-/* Maps one or four data points to pixels; results go through the record's pointers. */
+/* Maps one point (pointsLeft <= 3: +0.5 and truncation) or four (double lanes:
+ * half to even) to pixels, positions limited to +-1e6 axis lengths and pixels
+ * to -32768..32767; the paths differ in their log and dB domains on purpose.
+ * Results and their count go through the record's pointers. */
 QXCALC_API void QXCALC_CALL qxcalcGetXYValGraph2D(const GraphMapping* mapping);
-/* Finds the drawn pixel nearest to the cursor; outputs keep their values if none. */
+/* Finds the pixel nearest to (cursorX, cursorY) whose colour is none of 0x000000,
+ * 0x010000, 0x808080, 0x848284 and ignoredColour; row r starts r * (stride / 4)
+ * pixels below `pixels`. Pixels after the last whole group of four report their
+ * x within that tail; the 2nd and 4th pixel of a group score one column further
+ * when the pixel before them lies right of a cursor at column >= 0. Outputs
+ * keep their values if no pixel counts; height <= 0 returns at once. */
 QXCALC_API void QXCALC_CALL qxcalcFindCursorXY(const uint32_t* pixels, int32_t stride,
                                                int32_t width, int32_t height, int32_t cursorX,
                                                int32_t cursorY, uint32_t* foundColour,

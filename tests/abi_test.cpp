@@ -1,4 +1,4 @@
-// The i386 binary interface of every built export: called through a plain
+// The i386 binary interface of every export: called through a plain
 // stack of 32-bit words with the stack misaligned by 0, 4, 8 and 12 bytes,
 // each export must pop exactly its argument bytes, return its float/double
 // on the x87 stack, and leave the SSE control bits and the x87 control word
@@ -117,7 +117,7 @@ std::vector<ExportRow> exportTable()
              s.graph.pointCountOut = s.u32;
              return args({&s.graph});
          }},
-        {"qxcalcFindCursorXY", 40, Result::Integer, [](Scratch& s) { return args({s.u32, 16u, 4u, 2u, 1u, 1u, &s.u32[40], &s.i32[40], &s.i32[41], 0u}); }},
+        {"qxcalcFindCursorXY", 40, Result::Integer, [](Scratch& s) { return args({&s.u32[4], 16u, 4u, 2u, 1u, 1u, &s.u32[40], &s.i32[40], &s.i32[41], 0u}); }},
         {"qxcalcCHSInterpolator_Create", 8, Result::Integer, [](Scratch& s) { return args({&s.pointerOut, nullptr}); }},
         {"qxcalcCHSInterpolator_Destroy", 4, Result::Integer, [](Scratch&) { return args({nullptr}); }},
         {"qxcalcCHSInterpolator_InterpolateValues", 20, Result::Integer, [](Scratch& s) { return args({nullptr, s.f, 4u, &s.pointerOut, s.u32}); }},
@@ -139,13 +139,12 @@ constexpr uint32_t kMxcsrControlBits = ~0x3Fu;  // everything but the sticky exc
 
 TEST(StdcallAbi, TableListsFortyOneExports) { EXPECT_EQ(exportTable().size(), 41u); }
 
-TEST(StdcallAbi, EveryBuiltExportPopsItsArgumentsAtAnyStackAlignment)
+TEST(StdcallAbi, EveryExportPopsItsArgumentsAtAnyStackAlignment)
 {
-    std::vector<std::string> missing;
     for (const ExportRow& row : exportTable()) {
         void* function = dlsym(RTLD_DEFAULT, row.name);
         if (!function) {
-            missing.push_back(row.name);
+            ADD_FAILURE() << row.name << " is not exported";
             continue;
         }
         for (uint32_t misalign = 0; misalign < 16; misalign += 4) {
@@ -173,11 +172,6 @@ TEST(StdcallAbi, EveryBuiltExportPopsItsArgumentsAtAnyStackAlignment)
             EXPECT_EQ(mxcsrAfter & kMxcsrControlBits, callerMxcsr & kMxcsrControlBits) << row.name;
             EXPECT_EQ(cwAfter, callerCw) << row.name;
         }
-    }
-    if (!missing.empty()) {
-        std::printf("exports not built yet (%zu):", missing.size());
-        for (const auto& name : missing) std::printf(" %s", name.c_str());
-        std::printf("\n");
     }
 }
 

@@ -2,7 +2,7 @@
 # Reads the DLL's export and import tables and checks the binary interface a
 # host links against: plain (undecorated) names, every name declared in the
 # public header, ordinal base 1 and ordinals 1..N in ascending byte order of
-# the names, all 41 exports once every family is built, and imports from
+# the names, all 41 exports, and imports from
 # Windows system DLLs only.
 # Usage: check_dll_exports.sh OBJDUMP DLL HEADER
 set -euo pipefail
@@ -34,6 +34,7 @@ done <<<"$rows"
 exported=$(wc -l <<<"$names")
 declaredCount=$(wc -l <<<"$declared")
 [ "$declaredCount" = 41 ] || complain "the header declares $declaredCount exports, not 41"
+[ "$exported" = 41 ] || complain "the DLL exports $exported names, not 41"
 echo "exports: $exported of $declaredCount declared"
 
 system_dll='^(kernel32|user32|advapi32|ntdll|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]*)\.dll$'

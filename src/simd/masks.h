@@ -17,4 +17,8 @@ QX_INLINE __m256 headMask8(unsigned h) { return _mm256_loadu_ps(kOnesBetweenZero
 // 1.0 in the last r lanes, 0.0 elsewhere (r = 0..8).
 QX_INLINE __m256 tailMask8(unsigned r) { return _mm256_loadu_ps(kOnesBetweenZeros + r); }
 
+// The same for four lanes (h, r = 0..4).
+QX_INLINE __m128 headMask4(unsigned h) { return _mm_loadu_ps(kOnesBetweenZeros + 16 - h); }
+QX_INLINE __m128 tailMask4(unsigned r) { return _mm_loadu_ps(kOnesBetweenZeros + 4 + r); }
+
 }  // namespace qx::simd

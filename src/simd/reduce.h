@@ -56,4 +56,11 @@ QX_INLINE float sumLanesPairwise(__m256 v)
     return addInOrder(_mm256_cvtss_f32(quads), _mm_cvtss_f32(_mm256_extractf128_ps(quads, 1)));
 }
 
+// ((s0 + s2) + (s1 + s3)) of four float lanes.
+QX_INLINE float sumLanesHalving(__m128 v)
+{
+    v = addInOrder(v, _mm_movehl_ps(v, v));
+    return _mm_cvtss_f32(addInOrder(v, _mm_permute_ps(v, 1)));
+}
+
 }  // namespace qx::simd
