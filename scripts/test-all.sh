@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 \
-    binutils-mingw-w64-i686 libgtest-dev valgrind
+    binutils-mingw-w64-i686 libgtest-dev valgrind libsndfile1-dev libpng-dev pkg-config
 status=0 passed=0 failed=0
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

@@ -97,18 +97,11 @@ TEST(CACopyRawDataToChannels, TiesFloatCarriedIndicesAndNoneFound)
     for (const uint32_t n : {7u, 11u}) EXPECT_TRUE(foundAt(none, 0, n, 0.0f, &value) == kNone && value == kStart);
 }
 
-__attribute__((noinline)) void narrowInMode(unsigned roundingBits, double* data, uint32_t count)
-{
-    const unsigned saved = _mm_getcsr();
-    _mm_setcsr((saved & ~_MM_ROUND_MASK) | roundingBits);
-    qxcalcCADoubleArrToSingleArrInplace(data, count);
-    _mm_setcsr(saved);
-}
 TEST(CAPrecisionInplace, NarrowingRoundsInTheCurrentModeAndKeepsTheBytesAfter)
 {
     for (const auto& [mode, tenth, huge] : {std::tuple{_MM_ROUND_NEAREST, 0x3DCCCCCDu, 0x7F800000u}, {_MM_ROUND_TOWARD_ZERO, 0x3DCCCCCCu, 0x7F7FFFFFu}, {_MM_ROUND_UP, 0x3DCCCCCDu, 0x7F800000u}}) {
         alignas(32) double data[6] = {0.1, 1e300, 0.1, 1.0, 1e300, 0.1};  // four by the block, one singly
-        narrowInMode(mode, data, 5);
+        inRoundingMode(mode, [&] { qxcalcCADoubleArrToSingleArrInplace(data, 5); });
         volatile const uint32_t* f = reinterpret_cast<uint32_t*>(data);
         EXPECT_TRUE(f[0] == tenth && f[1] == huge && f[2] == tenth && f[3] == 0x3F800000u && f[4] == huge) << mode;
         EXPECT_TRUE(data[3] == 1.0 && data[4] == 1e300 && data[5] == 0.1);  // bytes after the fifth float

@@ -51,14 +51,10 @@ TEST(CAPositions, FastLogarithmWorkedValuesOnBothPaths)
     }
 }
 
-__attribute__((noinline)) std::vector<int32_t> linearPositions(std::vector<float> in, int32_t lo, int32_t hi,
-                                                               unsigned rounding = _MM_ROUND_NEAREST)
+std::vector<int32_t> linearPositions(std::vector<float> in, int32_t lo, int32_t hi, unsigned rounding = _MM_ROUND_NEAREST)
 {
     std::vector<int32_t> out(in.size());
-    const unsigned saved = _mm_getcsr();
-    _mm_setcsr((saved & ~0x6000u) | rounding);
-    qxcalcCAPV_lin(in.data(), static_cast<uint32_t>(in.size()), out.data(), lo, hi, 1.0f, 0.0f);
-    _mm_setcsr(saved);
+    inRoundingMode(rounding, [&] { qxcalcCAPV_lin(in.data(), static_cast<uint32_t>(in.size()), out.data(), lo, hi, 1.0f, 0.0f); });
     return out;
 }
 

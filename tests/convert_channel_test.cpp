@@ -17,21 +17,6 @@ namespace {
 
 const std::vector<uint32_t> kCounts = countsAround({}, 0, 72, {255, 256, 1000, 10007});
 
-// Runs fn with SSE and x87 rounding both set upward, then restores them. Not
-// inlined, so no conversion of the caller moves across the mode change.
-[[gnu::noinline]] void roundingUpward(const std::function<void()>& fn)
-{
-    const unsigned mxcsr = _mm_getcsr();
-    uint16_t cw;
-    asm volatile("fnstcw %0" : "=m"(cw));
-    const uint16_t up = static_cast<uint16_t>((cw & ~0x0C00) | 0x0800);
-    _mm_setcsr((mxcsr & ~0x6000u) | 0x4000u);
-    asm volatile("fldcw %0" : : "m"(up));
-    fn();
-    asm volatile("fldcw %0" : : "m"(cw));
-    _mm_setcsr(mxcsr);
-}
-
 // ---- Channel values --------------------------------------------------------
 
 template <class Out>
@@ -82,7 +67,7 @@ void sweepChannel(bool alignedOutput, bool inPlace, bool upward, const std::vect
         for (uint32_t i = 0; i < n; ++i) output(b)[i] = scaledValue(b.at<Raw>(0)[i], scale, offset);
     };
     const auto inMode = [upward](auto f) {
-        return [=](const Blocks& b, uint32_t n) { upward ? roundingUpward([&] { f(b, n); }) : f(b, n); };
+        return [=](const Blocks& b, uint32_t n) { upward ? inRoundingMode(_MM_ROUND_UP, [&] { f(b, n); }) : f(b, n); };
     };
     sweep({std::string(std::is_same_v<Out, float> ? "float" : "double") + (alignedOutput ? " aligned output" : "") +
                (inPlace ? " in place" : "") + " from code " + std::to_string(code) + (upward ? ", rounding upward" : ""),

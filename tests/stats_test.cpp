@@ -71,13 +71,22 @@ TYPED_TEST(StatsTest, MinMaxMatchesTheModelForEveryCountStartAndFence)
            countsAround({L}, 1)});
 }
 
+// -0.3 is not exact in binary and shows the offset's precision; for int16_t
+// the others are the whole quarters (exact squares) and a near miss.
+template <class T>
+std::vector<OffsetOf<T>> offsetsFor()
+{
+    if constexpr (std::is_same_v<T, int16_t>) return {-0.3f, 0.0f, -7.0f, 0.5f, 0.25f, 0.1f};
+    return {static_cast<OffsetOf<T>>(-0.3)};
+}
+
 TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
 {
     using T = TypeParam;
-    const auto offset = static_cast<OffsetOf<T>>(-0.3);  // not exact in binary: shows the offset's precision
     std::vector<BlockSpec> blocks = stateBlocks<T>();
     blocks.insert(blocks.begin(), block<T>("samples", Role::In));
-    sweep({"GetMinMaxAveRMS", blocks,
+    for (const auto offset : offsetsFor<T>())
+    sweep({"GetMinMaxAveRMS offset " + std::to_string(offset), blocks,
            [=](const Blocks& b, uint32_t n) {
                StatsState<T> s = stateOf<T>(b, 1);
                callStats(b.at<T>(0), n, s, offset);
@@ -103,8 +112,8 @@ std::pair<ptrdiff_t, ptrdiff_t> sourceReach(uint32_t n, int32_t stride)
 
 TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
 {
-    const float offset = -0.3f;
-    for (int32_t stride = -3; stride <= 9; ++stride) {
+    for (int32_t stride = -3; stride <= 9; ++stride)
+    for (const float offset : stride == 1 ? offsetsFor<int16_t>() : std::vector<float>{-0.3f}) {
         std::vector<BlockSpec> blocks = stateBlocks<int16_t>();
         blocks.insert(blocks.begin(), {block<int16_t>("source", Role::In, 2, [=](uint32_t n) {
                                            const auto [low, high] = sourceReach(n, stride);
@@ -112,7 +121,7 @@ TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
                                        }),
                                        block<int16_t>("destination", Role::Out)});
         const auto source = [=](const Blocks& b, uint32_t n) { return b.at<int16_t>(0) - sourceReach(n, stride).first; };
-        sweep({"MoveAndGetMinMaxAveRMS stride " + std::to_string(stride), blocks,
+        sweep({"MoveAndGetMinMaxAveRMS stride " + std::to_string(stride) + " offset " + std::to_string(offset), blocks,
                [=](const Blocks& b, uint32_t n) {
                    StatsState<int16_t> s = stateOf<int16_t>(b, 2);
                    qxcalcMoveAndGetMinMaxAveRMS_int16_t(b.at<int16_t>(1), source(b, n), n, &s.lo, &s.hi, &s.sum,
@@ -200,6 +209,54 @@ TYPED_TEST(StatsTest, IntegerValuedSignalFedInPiecesGivesTheSameTotals)
     for (const uint32_t piece : {9u, 3u, 1000u, 17u, 2500u, 1471u}) callStats(whole.data() + at, piece, pieces, OffsetOf<T>(0)), at += piece;
     EXPECT_EQ(once.sum, pieces.sum);
     EXPECT_EQ(once.squares, pieces.squares);
+}
+
+// Long floating blocks whose result hangs on the order of the lanes: a NaN,
+// an infinity or zeros of both signs at the block's edges, on vector
+// boundaries and inside the body.
+template <class T>
+void checkOrderSensitiveMinMax()
+{
+    constexpr uint32_t n = 203, L = StatsGeometry<T>::lanes;
+    alignas(32) T v[n + 1];
+    const T specials[] = {nanWithPayload<T>(3), std::numeric_limits<T>::infinity(), -std::numeric_limits<T>::infinity(), T(0), -T(0)};
+    for (const uint32_t p : {0u, 1u, L, L + 1, 2 * L, 100u, n - L - 1, n - L, n - 2, n - 1})
+        for (const uint32_t q : {0u, L - 1, 57u, n - 1})
+            for (const T special : specials) {
+                for (uint32_t i = 0; i <= n; ++i) v[i] = T(1 + i * 7 % 50);
+                v[1 + p] = special, v[1 + q] = -special;  // 1 + : an unaligned start
+                T lo, hi;
+                callMinMax(v + 1, n, &lo, &hi);
+                const MinMax<T> want = vectorMinMax(v + 1, n);
+                ASSERT_TRUE(bitsOf(lo) == bitsOf(want.lo) && bitsOf(hi) == bitsOf(want.hi)) << p << " " << q << " " << special;
+            }
+}
+
+TEST(StatsFloating, NaNsInfinitiesAndZerosAnywhereInALongBlockKeepTheOrderedResult)
+{
+    checkOrderSensitiveMinMax<float>();
+    checkOrderSensitiveMinMax<double>();
+}
+
+// Full-scale int16_t blocks long enough that the sum of squares leaves the
+// range where every partial sum is exact in the middle of a call, with
+// offsets on both sides of the exact range; plain statistics and the move.
+TEST(StatsInt16, SquaresGrowingPastExactnessInsideOneCallMatchTheModel)
+{
+    const uint32_t n = (1u << 21) + 5;
+    std::vector<int16_t> v = randomSamples<int16_t>(n + 1, 5, false), out(n);
+    for (uint32_t i = 0; i <= n; ++i) v[i] = i % 3 ? static_cast<int16_t>(32767 - i % 5) : i % 2 ? v[i] : -32768;
+    for (const float offset : {0.0f, 32767.75f, -32768.0f, 32768.25f, 0.5f}) {
+        StatsState<int16_t> got{0, 0, 1.5, 2.5}, moved = got, want = got;
+        qxcalcGetMinMaxAveRMS_int16_t(v.data() + 1, n, &got.lo, &got.hi, &got.sum, &got.squares, offset);
+        qxcalcMoveAndGetMinMaxAveRMS_int16_t(out.data(), v.data() + 1, n, &moved.lo, &moved.hi, &moved.sum,
+                                             &moved.squares, offset, 1);
+        modelMinMaxAveRms(v.data() + 1, n, offset, want);
+        EXPECT_TRUE(got.lo == want.lo && got.hi == want.hi && bitsOf(got.sum) == bitsOf(want.sum)) << offset;
+        EXPECT_EQ(bitsOf(got.squares), bitsOf(want.squares)) << offset;
+        EXPECT_EQ(bitsOf(moved.squares), bitsOf(want.squares)) << offset;
+        EXPECT_TRUE(std::equal(out.begin(), out.end(), v.begin() + 1)) << offset;
+    }
 }
 
 TEST(StatsInt16, ShortBlocksAddTheOffsetInSinglePrecision)

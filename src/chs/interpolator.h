@@ -51,9 +51,13 @@ inline int32_t truncateToInt32(double value)
 
 // Low 32 bits of a value truncated toward zero to unsigned 64 bits. NaN and
 // out-of-range values (reachable only with absurd rates) give 0, the low word
-// of the processor's "integer indefinite" result.
+// of the processor's "integer indefinite" result. Values below 2^31 (every
+// position of a stream shorter than 2^31 samples) take the 32-bit truncation
+// directly, a single SSE instruction even in 32-bit code, where the 64-bit
+// one goes through the x87 unit and memory.
 inline uint32_t lowWordOfTruncation(double value)
 {
+    if (value >= 0.0 && value < 2147483648.0) return static_cast<uint32_t>(static_cast<int32_t>(value));
     if (!(value >= 0.0 && value < 18446744073709551616.0)) return 0;
     return static_cast<uint32_t>(static_cast<uint64_t>(value));
 }

@@ -102,33 +102,86 @@ uint32_t outputsDue(const CHSInterpolator& s)
     return lowWordOfTruncation(end) - static_cast<uint32_t>(s.samplesProduced);
 }
 
-}  // namespace
-
-void produceOutputs(CHSInterpolator& s, float** outputOut, uint32_t* outputCountOut)
-{
-    const uint32_t count = outputsDue(s);
-    const double ratio = s.ratio;
-    const double start = counterToDouble(s.samplesProduced) / ratio;
-    const uint32_t mask = static_cast<uint32_t>(s.indexMask);
-
-    // Consecutive outputs in the same segment share its coefficients; the
-    // first output of each call gathers afresh.
-    bool haveSegment = false;
+// The segment cache of one call: consecutive outputs in the same segment
+// share its coefficients; the first output of each call gathers afresh.
+struct SegmentCache {
+    CHSInterpolator& s;
+    bool valid = false;
     uint32_t segment = 0;
     Coefficients c{};
-    for (uint32_t i = 0; i < count; ++i) {
+
+    QX_INLINE const Coefficients& of(uint32_t idx)
+    {
+        if (!valid || idx != segment) {
+            c = coefficientsOf(gatherPoints(s, idx));
+            segment = idx;
+            valid = true;
+        }
+        return c;
+    }
+};
+
+// Outputs [from, count) one at a time, any position.
+void outputsOneByOne(CHSInterpolator& s, SegmentCache& cache, uint32_t from, uint32_t count, double start)
+{
+    const double ratio = s.ratio;
+    const uint32_t mask = static_cast<uint32_t>(s.indexMask);
+    for (uint32_t i = from; i < count; ++i) {
         // Two separate quotients, then their sum: the position of output
         // P + i, formed exactly so and not as (P + i) / ratio.
         const double pos = static_cast<double>(i) / ratio + start;
         const uint32_t idx = lowWordOfTruncation(pos) & mask;
         const float t = static_cast<float>(pos - static_cast<double>(truncateToInt32(pos)));
-        if (!haveSegment || idx != segment) {
-            c = coefficientsOf(gatherPoints(s, idx));
-            segment = idx;
-            haveSegment = true;
-        }
-        s.output[i] = evaluate(c, t);
+        s.output[i] = evaluate(cache.of(idx), t);
     }
+}
+
+// Outputs [0, n) with n a multiple of 4, four at a time: positions,
+// segments and fractions in double lanes, the polynomial in float lanes,
+// each lane doing exactly the arithmetic of one output above. Every position
+// must lie in [0, 2^31), where both truncations are the 32-bit one.
+void outputsByFours(CHSInterpolator& s, SegmentCache& cache, uint32_t n, double start)
+{
+    const __m256d ratio = _mm256_set1_pd(s.ratio);
+    const __m256d starts = _mm256_set1_pd(start);
+    const __m128i mask = _mm_set1_epi32(static_cast<int32_t>(s.indexMask));
+    __m256d index = _mm256_setr_pd(0.0, 1.0, 2.0, 3.0);
+    for (uint32_t i = 0; i < n; i += 4) {
+        const __m256d pos = addInOrder(_mm256_div_pd(index, ratio), starts);
+        const __m128i whole = _mm256_cvttpd_epi32(pos);
+        const __m128 t = _mm256_cvtpd_ps(_mm256_sub_pd(pos, _mm256_cvtepi32_pd(whole)));
+        alignas(16) uint32_t idx[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(idx), _mm_and_si128(whole, mask));
+        alignas(16) float c[4][4];  // c[k][lane]
+        for (int lane = 0; lane < 4; ++lane) {
+            const Coefficients& k = cache.of(idx[lane]);
+            c[0][lane] = k.c0, c[1][lane] = k.c1, c[2][lane] = k.c2, c[3][lane] = k.c3;
+        }
+        const __m128 t2 = _mm_mul_ps(t, t);
+        const __m128 t3 = _mm_mul_ps(t, t2);
+        const __m128 low = addInOrder(_mm_mul_ps(_mm_load_ps(c[0]), _mm_set1_ps(1.0f)), _mm_mul_ps(_mm_load_ps(c[1]), t));
+        const __m128 high = addInOrder(_mm_mul_ps(_mm_load_ps(c[2]), t2), _mm_mul_ps(_mm_load_ps(c[3]), t3));
+        _mm_storeu_ps(s.output + i, _mm_mul_ps(_mm_set1_ps(0.5f), addInOrder(low, high)));
+        index = _mm256_add_pd(index, _mm256_set1_pd(4.0));
+    }
+}
+
+}  // namespace
+
+void produceOutputs(CHSInterpolator& s, float** outputOut, uint32_t* outputCountOut)
+{
+    const uint32_t count = outputsDue(s);
+    const double start = counterToDouble(s.samplesProduced) / s.ratio;
+    SegmentCache cache{s};
+
+    // Positions grow with i; when the first is not negative and the last is
+    // below 2^31 (any stream shorter than 2^31 samples), all lie in between.
+    uint32_t byFours = 0;
+    if (count >= 4 && start >= 0.0 && static_cast<double>(count - 1) / s.ratio + start < 2147483648.0)
+        byFours = count & ~3u;
+    outputsByFours(s, cache, byFours, start);
+    outputsOneByOne(s, cache, byFours, count, start);
+
     s.samplesProduced += count;
     *outputOut = s.output;
     *outputCountOut = count;

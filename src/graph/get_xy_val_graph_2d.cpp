@@ -159,26 +159,25 @@ Quad xOfFourPoints(const GraphMapping& m)
     }
 }
 
+// Four positions along a linear or a logarithmic axis, the same for x and y.
+Quad alongAxis(bool logarithmic, Quad value, double min, double max, double logMin, double logMax)
+{
+    if (!logarithmic) return limitedLanes(alongLanes(value, min, max, min));
+    const Quad logValue = choose(all(logMin), logOfLanes(value), above(value, logMin));
+    return limitedLanes(alongLanes(logValue, logMin, logMax, logMin));
+}
+
 Quad uOfFourPoints(const GraphMapping& m, Quad x)
 {
-    switch (m.xAxisType) {
-    case kLinearAxis: return limitedLanes(alongLanes(x, m.xMin, m.xMax, m.xMin));
-    case kLogarithmicAxis: {
-        const Quad lx = choose(all(m.xLogMin), logOfLanes(x), above(x, m.xLogMin));
-        return limitedLanes(alongLanes(lx, m.xLogMin, m.xLogMax, m.xLogMin));
-    }
-    default: return limitedLanes(x);
-    }
+    if (m.xAxisType != kLinearAxis && m.xAxisType != kLogarithmicAxis) return limitedLanes(x);
+    return alongAxis(m.xAxisType == kLogarithmicAxis, x, m.xMin, m.xMax, m.xLogMin, m.xLogMax);
 }
 
 Quad vOfFourPoints(const GraphMapping& m, Quad y)
 {
     switch (m.yAxisType) {
-    case kLinearAxis: return limitedLanes(alongLanes(y, m.yMin, m.yMax, m.yMin));
-    case kLogarithmicAxis: {
-        const Quad ly = choose(all(m.yLogMin), logOfLanes(y), above(y, m.yLogMin));
-        return limitedLanes(alongLanes(ly, m.yLogMin, m.yLogMax, m.yLogMin));
-    }
+    case kLinearAxis:
+    case kLogarithmicAxis: return alongAxis(m.yAxisType == kLogarithmicAxis, y, m.yMin, m.yMax, m.yLogMin, m.yLogMax);
     default: {
         const Quad db = _mm256_mul_pd(all(kDecibelFactor), logOfLanes(_mm256_div_pd(y, all(m.dbReference))));
         const Quad dbOrNothing = choose(all(kDecibelsOfNothing), db, above(y, kDecibelLaneDomainStart));

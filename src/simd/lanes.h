@@ -32,6 +32,10 @@ struct Lanes<float> {
     static QX_INLINE Vec min(Vec a, Vec b) { return _mm256_min_ps(a, b); }
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm256_max_ps(a, b); }
     static QX_INLINE float lane0(Vec v) { return _mm256_cvtss_f32(v); }
+    static QX_INLINE Vec unordered(Vec a, Vec b) { return _mm256_cmp_ps(a, b, _CMP_UNORD_Q); }
+    static QX_INLINE Vec bitOr(Vec a, Vec b) { return _mm256_or_ps(a, b); }
+    static QX_INLINE Vec sub(Vec a, Vec b) { return _mm256_sub_ps(a, b); }
+    static QX_INLINE bool anyLane(Vec mask) { return _mm256_movemask_ps(mask) != 0; }
     template <unsigned Lanes>
     static QX_INLINE Vec moveDown(Vec v)
     {
@@ -52,6 +56,10 @@ struct Lanes<double> {
     static QX_INLINE Vec min(Vec a, Vec b) { return _mm256_min_pd(a, b); }
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm256_max_pd(a, b); }
     static QX_INLINE double lane0(Vec v) { return _mm256_cvtsd_f64(v); }
+    static QX_INLINE Vec unordered(Vec a, Vec b) { return _mm256_cmp_pd(a, b, _CMP_UNORD_Q); }
+    static QX_INLINE Vec bitOr(Vec a, Vec b) { return _mm256_or_pd(a, b); }
+    static QX_INLINE Vec sub(Vec a, Vec b) { return _mm256_sub_pd(a, b); }
+    static QX_INLINE bool anyLane(Vec mask) { return _mm256_movemask_pd(mask) != 0; }
     template <unsigned Lanes>
     static QX_INLINE Vec moveDown(Vec v)
     {

@@ -6,7 +6,9 @@
 // whole aligned vector is folded in address order, and the last vector of the
 // block (unaligned, ending at the last sample) is folded in too. The head and
 // tail loads overlap the body; visiting a sample twice is harmless for minimum
-// and maximum and saves a scalar tail loop.
+// and maximum and saves a scalar tail loop. That ordered chain gives the
+// result bits; the body runs in independent accumulators wherever they give
+// the same bits (see MinMaxSpread).
 
 #include "qxcalc.h"
 #include "stats/minmax.h"
@@ -24,8 +26,9 @@ void minMaxOneByOne(const T* samples, uint32_t count, T* minValue, T* maxValue)
     *maxValue = hi;
 }
 
+// The ordered chain: one accumulator pair, vectors folded in address order.
 template <class T>
-void minMaxByVectors(const T* samples, uint32_t count, T* minValue, T* maxValue)
+void minMaxInOrder(const T* samples, uint32_t count, T* minValue, T* maxValue)
 {
     using L = simd::Lanes<T>;
     auto acc = MinMaxVectors<T>::seededWith(L::loadu(samples));
@@ -33,6 +36,25 @@ void minMaxByVectors(const T* samples, uint32_t count, T* minValue, T* maxValue)
     simd::forEachInOrder<8>(body.vectors, [&](uint32_t k) { acc.fold(L::load(body.first + k * L::width)); });
     acc.fold(L::loadu(samples + count - L::width));
     acc.store(minValue, maxValue);
+}
+
+// The same vectors spread over independent accumulators; where that could
+// show in the result (floating types with a NaN or a zero result), the
+// ordered chain runs instead.
+template <class T>
+void minMaxByVectors(const T* samples, uint32_t count, T* minValue, T* maxValue)
+{
+    using L = simd::Lanes<T>;
+    auto spread = MinMaxSpread<T>::seededWith(L::loadu(samples));
+    const auto body = simd::alignedBody<L::alignment, L::width>(samples, count);
+    spread.foldAligned(body.first, body.vectors);
+    spread.fold(L::loadu(samples + count - L::width));
+    const auto merged = spread.merged();
+    const T lo = simd::reduceMinHalving<T>(merged.lo);
+    const T hi = simd::reduceMaxHalving<T>(merged.hi);
+    if (!spread.orderFree(lo, hi)) return minMaxInOrder(samples, count, minValue, maxValue);
+    *minValue = lo;
+    *maxValue = hi;
 }
 
 template <class T>

@@ -16,6 +16,7 @@
 
 #include "qxcalc.h"
 #include "simd/masks.h"
+#include "stats/int16_body.h"
 #include "stats/minmax.h"
 #include "stats/sums.h"
 
@@ -59,11 +60,15 @@ void statsByVectorsScalarEnds(const T* samples, uint32_t count, T* minValue, T* 
     const auto body = simd::alignedBody<L::alignment, L::width>(samples, count);
 
     addSamplesOneByOne(sums, samples, body.peel, offset);
-    simd::forEachInOrder<4>(body.vectors, [&](uint32_t k) {
-        const auto v = L::load(body.first + k * L::width);
-        minMax.fold(v);
-        addAligned<T>(lanes, v, offsets);
-    });
+    if constexpr (std::is_same_v<T, int16_t>) {
+        addInt16Body<false>(body.first, body.vectors, nullptr, minMax, lanes, offset);
+    } else {
+        simd::forEachInOrder<4>(body.vectors, [&](uint32_t k) {
+            const auto v = L::load(body.first + k * L::width);
+            minMax.fold(v);
+            addAligned<T>(lanes, v, offsets);
+        });
+    }
     lanes.addTo(sums);
     const uint32_t done = body.peel + body.vectors * L::width;
     addSamplesOneByOne(sums, samples + done, count - done, offset);

@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "qxcalc.h"
+#include "stats/int16_body.h"
 #include "stats/minmax.h"
 #include "stats/sums.h"
 
@@ -57,17 +58,10 @@ void moveContiguous(int16_t* destination, const int16_t* source, uint32_t count,
 {
     auto minMax = MinMaxVectors<int16_t>::seededWith(L16::loadu(source));
     SumLanes lanes;
-    const __m256d offsets = _mm256_set1_pd(stats.offset);
     const auto body = simd::alignedBody<L16::alignment, L16::width>(source, count);
 
     moveSumsOnly(destination, source, body.peel, stats.sums, stats.offset);
-    int16_t* out = destination + body.peel;
-    simd::forEachInOrder<4>(body.vectors, [&](uint32_t k) {
-        const __m128i v = L16::load(body.first + k * L16::width);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k * L16::width), v);
-        minMax.fold(v);
-        lanes.add(simd::widenInt16x8(v), offsets);
-    });
+    addInt16Body<true>(body.first, body.vectors, destination + body.peel, minMax, lanes, stats.offset);
     lanes.addTo(stats.sums);
     minMax.fold(L16::loadu(source + count - L16::width));
     const uint32_t done = body.peel + body.vectors * L16::width;
