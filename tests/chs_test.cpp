@@ -271,6 +271,9 @@ TEST(CHSInterpolator, CreateChecksParamsRatesAndRingLengthInOrder)
     EXPECT_EQ(status(1, 1, 2), StatusOk);
 }
 
+// What the random sequences do not reach: null handles, a bad count on a
+// stopped object (the count is checked first), and a ring of 2, which takes no
+// block at all and whose Stop only marks it stopped.
 TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
 {
     const float samples[8] = {1, 2, 3, 4, 5, 6, 7, 8};
@@ -278,33 +281,16 @@ TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
     EXPECT_EQ(qxcalcCHSInterpolator_Reset(nullptr), StatusInvalidArgument);
     EXPECT_EQ(stop(nullptr).status, StatusInvalidArgument);
     EXPECT_EQ(feed(nullptr, samples, 1).status, StatusInvalidArgument);
-
     Handle h = create(1, 1, 8);
-    for (const auto& [count, status] : {std::pair{0u, StatusInvalidArgument}, {7u, StatusTooManyValues}}) {
+    EXPECT_EQ(stop(h.get()).status, StatusOk);
+    for (const auto& [count, status] : {std::pair{7u, StatusTooManyValues}, {0u, StatusInvalidArgument}, {1u, StatusStopped}}) {
         const Result r = feed(h.get(), samples, count);
-        EXPECT_EQ(r.status, status);
-        EXPECT_TRUE(r.untouched());
+        EXPECT_TRUE(r.status == status && r.untouched()) << count;
     }
-    Result r = feed(h.get(), samples, 1);  // a single sample places no output yet
-    EXPECT_EQ(r.status, StatusOk);
-    EXPECT_EQ(r.count, 0u);
-    EXPECT_NE(r.output, nullptr);
-    EXPECT_EQ(feed(h.get(), samples + 1, 6).count, 6u);  // ring length - 2 is accepted
-    EXPECT_EQ(stop(h.get()).count, 1u);
-    for (const Result& refused : {feed(h.get(), samples, 1), stop(h.get())}) {
-        EXPECT_EQ(refused.status, StatusStopped);
-        EXPECT_TRUE(refused.untouched());
-    }
-    EXPECT_EQ(feed(h.get(), samples, 7).status, StatusTooManyValues) << "length is checked before the state";
-    EXPECT_EQ(feed(h.get(), samples, 0).status, StatusInvalidArgument);
-    EXPECT_EQ(qxcalcCHSInterpolator_Reset(h.get()), StatusOk);
-    EXPECT_EQ(stop(h.get()).count, 0u) << "Stop with nothing written delivers nothing";
-
-    Handle two = create(1, 1, 2);  // takes no block at all; Stop only marks it stopped
+    Handle two = create(1, 1, 2);
     EXPECT_EQ(feed(two.get(), samples, 1).status, StatusTooManyValues);
-    r = stop(two.get());
-    EXPECT_EQ(r.status, StatusOk);
-    EXPECT_TRUE(r.untouched());
+    const Result r = stop(two.get());
+    EXPECT_TRUE(r.status == StatusOk && r.untouched());
     EXPECT_EQ(stop(two.get()).status, StatusStopped);
 }
 
