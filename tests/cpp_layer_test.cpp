@@ -116,8 +116,10 @@ TEST(CppLayer, StatusCodesAreErrorCodesWithTheirOwnText)
     EXPECT_EQ(error, std::error_code(StatusInvalidArgument, qxcalc::statusCategory()));
     std::vector<std::string> texts;
     for (int code = 0; code <= 5; ++code) texts.push_back(qxcalc::statusCategory().message(code));
-    for (int a = 0; a < 6; ++a)
+    for (int a = 0; a < 6; ++a) {
+        EXPECT_EQ(texts[a].find("unknown") == std::string::npos, a < 5) << texts[a];
         for (int b = a + 1; b < 6; ++b) EXPECT_NE(texts[a], texts[b]);
+    }
     EXPECT_NE(texts[5].find('5'), std::string::npos);
     EXPECT_STREQ(std::error_code(Status::stopped).category().name(), "qxcalc");
 }
