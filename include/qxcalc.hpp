@@ -279,6 +279,7 @@ void channelGetScaledValuesAtPos(std::span<Raw, RawExtent> raw, std::span<Out> o
                                  std::type_identity_t<Out> offset,
                                  OutputAlignment alignment = OutputAlignment::any) noexcept
 {
+    assert(output.size() >= raw.size());
     channelGetScaledValuesAtPos(rawSampleTypeOf<std::remove_const_t<Raw>>(), raw.data(), output.first(raw.size()),
                                 scale, offset, alignment);
 }

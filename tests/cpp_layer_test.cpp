@@ -15,16 +15,16 @@ template <class T>
 std::string bytes(const std::vector<T>& v) { return {reinterpret_cast<const char*>(v.data()), v.size() * sizeof(T)}; }
 std::vector<float> values(std::span<const float> s) { return {s.begin(), s.end()}; }
 // Irregular values, so that any two arguments traded change the result.
-std::vector<float> irregular(std::size_t n)
+std::vector<float> irregular(std::size_t n, float step = 0.7f)
 {
     std::vector<float> v(n);
-    for (std::size_t i = 0; i < n; ++i) v[i] = 40.0f * std::sin(0.7f * i) + 0.37f * i - 3.0f;
+    for (std::size_t i = 0; i < n; ++i) v[i] = 40.0f * std::sin(step * i) + 0.37f * i - 3.0f;
     return v;
 }
 
 TEST(CppLayer, BlockWrappersGiveTheBytesOfTheirExports)
 {
-    const std::vector<float> x = irregular(40), taps = irregular(80);
+    const std::vector<float> x = irregular(40), taps = irregular(80, 1.9f);
     const std::vector<double> xd(x.begin(), x.end());  // C call, then the C++ one, then both outputs compared
     std::vector<double> c(40), cpp(40), cs(40), cpps(40);
     qxcalcCACalcAveFilter_double(xd.data(), c.data(), 5, 40), qxcalc::caCalcAveFilter(xd, cpp, 5);
