@@ -1,11 +1,11 @@
 /*
  * qxcalc.hpp - C++20 layer over qxcalc.h, header only.
  *
- * Every function here is an inline call of one export with the same
- * arguments in the same order: blocks become std::span (the count is the
- * span's size), status codes become std::error_code, the interpolator handle
- * becomes a move-only owner, and block statistics get an accumulator that
- * forms average and RMS. Nothing is checked beyond what the exports check;
+ * Every function here is an inline call of one export, its arguments in the
+ * export's order: blocks become std::span (the count is the span's size),
+ * status codes become std::error_code, the interpolator handle becomes a
+ * move-only owner, and block statistics get an accumulator that forms
+ * average and RMS. Nothing is checked beyond what the exports check;
  * the preconditions of qxcalc.h hold unchanged (asserts state the size rules
  * in debug builds). Per-sample filters, the IIR and graph records and the
  * version query are used as qxcalc.h declares them.
@@ -32,6 +32,12 @@ uint32_t count32(std::span<T> block) noexcept
 {
     assert(block.size() <= UINT32_MAX);
     return static_cast<uint32_t>(block.size());
+}
+// The filters that read backwards take their newest sample: the block's last.
+template <class T>
+const T* newest(std::span<const T> samples) noexcept
+{
+    return samples.empty() ? samples.data() : &samples.back();
 }
 } // namespace detail
 
@@ -311,13 +317,6 @@ inline void caCalcAveFilterScalar(std::span<const double> input, std::span<doubl
 
 // samples run from the oldest to the newest; coefficient i * stride weighs the
 // i-th newest sample.
-namespace detail {
-template <class T>
-const T* newest(std::span<const T> samples) noexcept
-{
-    return samples.empty() ? samples.data() : &samples.back();
-}
-} // namespace detail
 inline float caCalcFilter(std::span<const float> samples, std::span<const float> coefficients,
                           uint32_t stride) noexcept
 {
