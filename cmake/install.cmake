@@ -1,4 +1,4 @@
-# Installs the library, its header and a CMake package (an imported target
+# Installs the library, its C and C++ headers and a CMake package (an imported target
 # qxcalc-avx::qxcalc-avx) with a pkg-config file beside it; the DLL build also
 # installs its module-definition file and the import library.
 include(GNUInstallDirs)
@@ -8,7 +8,8 @@ install(TARGETS qxcalc-avx EXPORT qxcalc-avx-targets
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/qxcalc.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/qxcalc.h ${PROJECT_SOURCE_DIR}/include/qxcalc.hpp
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)
   install(FILES ${PROJECT_SOURCE_DIR}/src/frame/qxcalc-avx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
