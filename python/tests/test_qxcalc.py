@@ -44,6 +44,8 @@ def test_conversions_match_numpy_casts(n):
 @pytest.mark.parametrize("raw", "u1 i1 i2 u2 i4 f4 i8 f8 u4".split())
 def test_scale_channel_reads_each_raw_format(raw):
     x = ramp(raw, 21, start=0 if raw.startswith("u") else -5)
+    if raw[0] in "iu":  # the extremes tell signed from unsigned and the widths apart
+        x = np.append(x, [np.iinfo(raw).min, np.iinfo(raw).max]).astype(raw)
     for out in (F64, F32):
         np.testing.assert_array_equal(q.scale_channel(x, 2.5, 0.5, dtype=out),
                                       (x.astype(F64) * 2.5 + 0.5).astype(out))
