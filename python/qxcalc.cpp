@@ -11,6 +11,8 @@
 
 #include <qxcalc.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -213,8 +215,9 @@ template <class From, class To, auto convert> py::array_t<To> convertInPlace(con
 {
     const From* data = elements<From>(source, "source");
     const uint32_t n = countOf(source, "source");
-    std::unique_ptr<void, decltype(&std::free)> buffer(std::aligned_alloc(32, (n + 4) / 4 * 32),
-                                                       &std::free);
+    std::unique_ptr<void, decltype(&std::free)> buffer(
+        std::aligned_alloc(32, (size_t{n} + 4) / 4 * 32), &std::free);
+    if (!buffer) throw std::bad_alloc();
     std::memcpy(buffer.get(), data, n * sizeof(From));
     convert(buffer.get(), n);
     auto out = fresh<To>(n);
@@ -404,11 +407,13 @@ float overallPressure(const py::array& cycle, const py::array& overall, uint64_t
 void runningValue(const py::array& cycle, const py::array& leaving, const py::array& sums,
                   const py::array& means, uint64_t cycleCount, uint32_t windowCycles)
 {
-    const uint32_t n = sameLength(cycle, leaving, sums, means, cycle);
-    if (n == 0) return;
-    qxCalcCARunningVal(elements<float>(cycle, "cycle"), elements<float>(leaving, "leaving"),
-                       elements<float>(sums, "sums", true), elements<float>(means, "means", true),
-                       0, n - 1, cycleCount, windowCycles);
+    const uint32_t n = sameLength(cycle, leaving, sums, means);
+    const float* in = elements<float>(cycle, "cycle");
+    const float* out = elements<float>(leaving, "leaving");
+    float* sum = elements<float>(sums, "sums", true);
+    float* mean = elements<float>(means, "means", true);
+    // The last position is inclusive: an empty curve has no last position to pass.
+    if (n > 0) qxCalcCARunningVal(in, out, sum, mean, 0, n - 1, cycleCount, windowCycles);
 }
 
 // ---- Interpolator ---------------------------------------------------------------------
@@ -428,18 +433,32 @@ void check(QxcalcStatus status)
 class Interpolator {
 public:
     Interpolator(double inputRate, double outputRate, uint32_t bufferLength)
-        : blockLimit_(bufferLength > 3 ? bufferLength - 3 : 1)
     {
+        // The library sizes its output buffer from the rates without checking
+        // them: a NaN, infinite or extreme ratio is refused here.
+        const double outputsPerRing = (bufferLength + 1.0) * (outputRate / inputRate);
+        if (!(inputRate > 0 && outputRate > 0 && std::isfinite(inputRate) &&
+              std::isfinite(outputRate) && outputsPerRing < 2147483648.0))
+            throw py::value_error("rates must be positive, finite and give fewer than 2^31 outputs per ring");
         const CHSInterpolatorParams params{inputRate, outputRate, bufferLength};
         check(qxcalcCHSInterpolator_Create(&handle_, &params));
+        // The ring takes blocks of up to its length - 2, but the next output
+        // still reads the point three samples behind the newest: blocks of
+        // length - 3 keep it. A block of c samples gives up to c * ratio + 1
+        // outputs, which the output buffer of (length + 1) * ratio must hold.
+        const double fitsOutput = std::floor(bufferLength + 1.0 - inputRate / outputRate);
+        const double limit = std::min(std::max(bufferLength - 3.0, 1.0), fitsOutput);
+        if (limit < 1) {
+            close();
+            throw py::value_error("buffer_length is too short for this rate ratio");
+        }
+        blockLimit_ = static_cast<uint32_t>(limit);
     }
     Interpolator(const Interpolator&) = delete;
     Interpolator& operator=(const Interpolator&) = delete;
     ~Interpolator() { close(); }
 
-    // Feeds samples of any length and returns every output now computable. The
-    // ring takes blocks of up to its length - 2, but the next output still reads
-    // the point three samples behind the newest: blocks of length - 3 keep it.
+    // Feeds samples of any length and returns every output now computable.
     py::array_t<float> process(const py::array& samples)
     {
         const float* in = elements<float>(samples, "samples");
@@ -482,7 +501,7 @@ private:
     }
 
     CHSInterpolator* handle_ = nullptr;
-    uint32_t blockLimit_;
+    uint32_t blockLimit_ = 1;
 };
 
 } // namespace
@@ -539,7 +558,10 @@ PYBIND11_MODULE(qxcalc, m)
     m.def("running_value", &runningValue, "cycle"_a, "leaving"_a, "sums"_a, "means"_a,
           "cycle_count"_a, "window_cycles"_a);
 
-    py::class_<Interpolator>(m, "Interpolator", "streaming float32 sample-rate converter")
+    py::class_<Interpolator>(m, "Interpolator",
+                             "streaming float32 sample-rate converter; when output_rate is below "
+                             "input_rate the last outputs of a call read ahead of the newest "
+                             "sample, so they depend on how the stream is cut into calls")
         .def(py::init<double, double, uint32_t>(), "input_rate"_a, "output_rate"_a,
              "buffer_length"_a = 4096)
         .def("process", &Interpolator::process, "samples"_a)

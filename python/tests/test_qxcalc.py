@@ -112,7 +112,8 @@ def test_interpolator_streams_and_closes():
         whole.process(ramp_in)
     with q.Interpolator(1.0, 2.0, buffer_length=8) as small:  # fed in several blocks
         np.testing.assert_array_equal(np.concatenate([small.process(ramp_in), small.stop()]), reference)
-    for bad in [(1.0, 2.0, 6), (1.0, 2.0, 1), (0.0, 2.0, 8)]:
+    # a ring that is no power of two, a rate the output buffer cannot be sized from
+    for bad in [(1.0, 2.0, 6), (1.0, 2.0, 1), (0.0, 2.0, 8), (1.0, np.nan, 8), (1000.0, 1.0, 8)]:
         with pytest.raises(ValueError):
             q.Interpolator(*bad)
 
