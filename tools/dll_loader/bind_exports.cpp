@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "support/pe_loader.h"
+#include "pe_loader.h"
 
 extern "C" {
 void* qxdllSlots[64];

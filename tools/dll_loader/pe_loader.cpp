@@ -1,4 +1,4 @@
-#include "support/pe_loader.h"
+#include "pe_loader.h"
 
 #include <asm/ldt.h>
 #include <strings.h>
