@@ -150,29 +150,6 @@ TEST(CHSInterpolator, MillionSampleStreamsWrapTheRingManyTimes)
     runAgainstModel({10, 3, 4, 1000000, false, true}, seed++);
 }
 
-TEST(CHSInterpolator, RatioOneReproducesTheInputAndStopDeliversTheNewestSample)
-{
-    Handle h = create(48000, 48000, 16);
-    std::mt19937 rng(3);
-    for (int stream = 0; stream < 3; ++stream, qxcalcCHSInterpolator_Reset(h.get())) {
-        std::vector<float> input, output;
-        while (input.size() < 500) {
-            std::vector<float> block(1 + rng() % 14);
-            for (float& x : block) x = std::bit_cast<float>(randomSampleBits(rng, false));
-            input.insert(input.end(), block.begin(), block.end());
-            const Result r = feed(h.get(), block.data(), static_cast<uint32_t>(block.size()));
-            ASSERT_EQ(r.status, StatusOk);
-            output.insert(output.end(), r.output, r.output + r.count);
-            ASSERT_EQ(output.size(), input.size() - 1);  // the newest sample waits
-        }
-        const Result last = stop(h.get());
-        ASSERT_EQ(last.status, StatusOk);
-        ASSERT_EQ(last.count, 1u);
-        output.push_back(last.output[0]);
-        EXPECT_EQ(0, std::memcmp(output.data(), input.data(), input.size() * sizeof(float)));
-    }
-}
-
 TEST(CHSInterpolator, CreateChecksParamsRatesAndRingLengthInOrder)
 {
     CHSInterpolator* const sentinel = reinterpret_cast<CHSInterpolator*>(&gSentinelSample);
@@ -220,20 +197,6 @@ TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
     const Result r = stop(two.get());
     EXPECT_TRUE(r.status == StatusOk && r.untouched());
     EXPECT_EQ(stop(two.get()).status, StatusStopped);
-}
-
-TEST(CHSInterpolator, ResetKeepsTheRingButNeverUsesItsStaleSamplesAsPredecessors)
-{
-    constexpr uint32_t kLength = 16;
-    std::vector<float> stale(kLength - 2, 1e30f), fresh{3, -1, 4, 1, -5, 9, 2, -6};
-    Handle used = create(1, 2, kLength), unused = create(1, 2, kLength);
-    for (int k = 0; k < 3; ++k) ASSERT_EQ(feed(used.get(), stale.data(), kLength - 2).status, StatusOk);
-    ASSERT_EQ(qxcalcCHSInterpolator_Reset(used.get()), StatusOk);
-    const Result got = feed(used.get(), fresh.data(), 8), want = feed(unused.get(), fresh.data(), 8);
-    ASSERT_EQ(got.count, 13u);
-    ASSERT_EQ(want.count, 13u);
-    // The last output's segment reaches the slot after the newest sample.
-    EXPECT_EQ(0, std::memcmp(got.output, want.output, 12 * sizeof(float)));
 }
 
 // Run under valgrind by ctest: create, feed, stop, reset and destroy cycles,

@@ -156,36 +156,6 @@ TYPED_TEST(StatsTest, NegativeZeroSumsFollowThePath)
     }
 }
 
-TYPED_TEST(StatsTest, ShortBlocksContinueMinMaxLongBlocksReplaceThemCountZeroWritesNothing)
-{
-    using T = TypeParam;
-    constexpr uint32_t L = StatsGeometry<T>::lanes;
-    const std::vector<T> data = {T(10), T(20), T(30), T(40), T(15), T(25), T(35), T(45), T(12)};
-    StatsState<T> s{T(-100), T(100), doubleFromBits(0x7FF8000000000123), -0.0};
-    callStats(data.data(), 0, s, OffsetOf<T>(1));
-    EXPECT_TRUE(s.lo == T(-100) && s.hi == T(100) && bitsOf(s.sum) == 0x7FF8000000000123u && std::signbit(s.squares));
-    callStats(data.data(), L - 1, s, OffsetOf<T>(0));
-    EXPECT_TRUE(s.lo == T(-100) && s.hi == T(100));
-    callStats(data.data(), L, s, OffsetOf<T>(0));
-    EXPECT_EQ(s.lo, *std::min_element(data.begin(), data.begin() + L));
-    EXPECT_EQ(s.hi, *std::max_element(data.begin(), data.begin() + L));
-}
-
-// Integer samples with offset 0 have exact sums whatever the association, so
-// feeding a signal in one call or in uneven pieces gives identical totals.
-TYPED_TEST(StatsTest, IntegerValuedSignalFedInPiecesGivesTheSameTotals)
-{
-    using T = TypeParam;
-    std::vector<T> whole = randomSamples<T>(5000, 17, false);
-    for (T& x : whole) x = static_cast<T>(static_cast<int>(x) % 2000);
-    StatsState<T> once{T(0), T(0), 0, 0}, pieces = once;
-    callStats(whole.data(), 5000, once, OffsetOf<T>(0));
-    uint32_t at = 0;
-    for (const uint32_t piece : {9u, 3u, 1000u, 17u, 2500u, 1471u}) callStats(whole.data() + at, piece, pieces, OffsetOf<T>(0)), at += piece;
-    EXPECT_EQ(once.sum, pieces.sum);
-    EXPECT_EQ(once.squares, pieces.squares);
-}
-
 // Long floating blocks whose result hangs on the order of the lanes: a NaN,
 // an infinity or zeros of both signs at the block's edges, on vector
 // boundaries and inside the body.
