@@ -2,7 +2,7 @@
 # Prints the benchmark table (markdown): every export family's jobs at 16 KiB,
 # 256 KiB and 64 MiB on three release builds side by side (linux-x64,
 # linux-i386, and the Windows DLL's own code loaded into an i386 process by
-# the tests' PE loader), with the x64 build next to a streaming read and a
+# the project's PE loader, tools/dll_loader), with the x64 build next to a streaming read and a
 # memcpy of the same block, the peer libraries doing the same job (VOLK,
 # liquid-dsp, libsamplerate) and the plain loop a host would write.
 # The three programs run in ROUNDS interleaved rounds (default 2) and every
