@@ -57,11 +57,12 @@ struct ExactLanes {
     int64_t sixteenths[4] = {};
 };
 
-// One chunk in integer lanes: samples paired per lane (x_k, x_(k+4)), then
-// multiply-add gives x_k + x_(k+4) and x_k^2 + x_(k+4)^2. The squares (up to
-// 2^31, unsigned) are added as 64-bit pairs (low lane + 2^32 * high lane) and
-// the high lanes once more on their own, which recovers both lanes exactly at
-// the end without widening every vector. Seven vector registers live; kept
+// One chunk in integer lanes: samples paired per lane (x_k, x_(k+4)) by one
+// byte shuffle, then multiply-add gives x_k + x_(k+4) and x_k^2 + x_(k+4)^2.
+// The squares (up to 2^31, unsigned) are added as 64-bit pairs (low lane +
+// 2^32 * high lane) and the high lanes once more on their own, which recovers
+// both lanes exactly at the end without widening every vector. Seven vector
+// registers live (the shuffle pattern and the ones can be memory operands); kept
 // out of line because, inlined into the chunk walk, the 32-bit build's
 // register allocation spilled an accumulator to the stack.
 template <bool Copy>
@@ -69,6 +70,7 @@ __attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vect
                                  int32_t quarters)
 {
     const __m128i ones = _mm_set1_epi16(1);
+    const __m128i pairs = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);  // x_k, x_(k+4)
     __m128i sums = _mm_setzero_si128(), squaresWide = sums, squaresHigh = sums;
     __m128i lo = minMax.lo, hi = minMax.hi;
     for (const int16_t* end = p + vectors * L16::width; p != end; p += L16::width) {
@@ -79,7 +81,7 @@ __attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vect
         }
         lo = _mm_min_epi16(lo, v);
         hi = _mm_max_epi16(hi, v);
-        const __m128i paired = _mm_unpacklo_epi16(v, _mm_srli_si128(v, 8));
+        const __m128i paired = _mm_shuffle_epi8(v, pairs);
         sums = _mm_add_epi32(sums, _mm_madd_epi16(paired, ones));
         const __m128i squares = _mm_madd_epi16(paired, paired);
         squaresWide = _mm_add_epi64(squaresWide, squares);
