@@ -136,33 +136,101 @@ void outputsOneByOne(CHSInterpolator& s, SegmentCache& cache, uint32_t from, uin
     }
 }
 
-// Outputs [0, n) with n a multiple of 4, four at a time: positions,
-// segments and fractions in double lanes, the polynomial in float lanes,
-// each lane doing exactly the arithmetic of one output above. Every position
-// must lie in [0, 2^31), where both truncations are the 32-bit one.
-void outputsByFours(CHSInterpolator& s, SegmentCache& cache, uint32_t n, double start)
+// Coefficients of the `count` segments from ring slot `first` on, none at
+// the seam (so every point is a neighbouring slot): eight segments at a time
+// in float lanes, each lane doing exactly the arithmetic of weightedSum
+// (weights of 0 and -1 applied as multiplies), then turned into one record of
+// four per segment; the last few one at a time.
+void coefficientsOfRun(const float* ring, uint32_t first, uint32_t count, Coefficients* out)
 {
-    const __m256d ratio = _mm256_set1_pd(s.ratio);
-    const __m256d starts = _mm256_set1_pd(start);
-    const __m128i mask = _mm_set1_epi32(static_cast<int32_t>(s.indexMask));
-    __m256d index = _mm256_setr_pd(0.0, 1.0, 2.0, 3.0);
-    for (uint32_t i = 0; i < n; i += 4) {
-        const __m256d pos = addInOrder(_mm256_div_pd(index, ratio), starts);
+    uint32_t j = 0;
+    for (; j + 8 <= count; j += 8) {
+        const float* p = ring + first + j;
+        const __m256 p0 = _mm256_loadu_ps(p - 1), p1 = _mm256_loadu_ps(p), p2 = _mm256_loadu_ps(p + 1),
+                     p3 = _mm256_loadu_ps(p + 2);
+        __m256 c[4];
+        for (int k = 0; k < 4; ++k) {
+            const float* w = kWeights[k];
+            c[k] = addInOrder(addInOrder(_mm256_mul_ps(_mm256_set1_ps(w[0]), p0), _mm256_mul_ps(_mm256_set1_ps(w[1]), p1)),
+                              addInOrder(_mm256_mul_ps(_mm256_set1_ps(w[2]), p2), _mm256_mul_ps(_mm256_set1_ps(w[3]), p3)));
+        }
+        const __m256 t0 = _mm256_unpacklo_ps(c[0], c[1]), t1 = _mm256_unpackhi_ps(c[0], c[1]);
+        const __m256 t2 = _mm256_unpacklo_ps(c[2], c[3]), t3 = _mm256_unpackhi_ps(c[2], c[3]);
+        const __m256 r0 = _mm256_shuffle_ps(t0, t2, 0x44), r1 = _mm256_shuffle_ps(t0, t2, 0xEE);  // segments 0|4, 1|5
+        const __m256 r2 = _mm256_shuffle_ps(t1, t3, 0x44), r3 = _mm256_shuffle_ps(t1, t3, 0xEE);  // segments 2|6, 3|7
+        float* to = &out[j].c0;
+        _mm256_storeu_ps(to, _mm256_permute2f128_ps(r0, r1, 0x20));
+        _mm256_storeu_ps(to + 8, _mm256_permute2f128_ps(r2, r3, 0x20));
+        _mm256_storeu_ps(to + 16, _mm256_permute2f128_ps(r0, r1, 0x31));
+        _mm256_storeu_ps(to + 24, _mm256_permute2f128_ps(r2, r3, 0x31));
+    }
+    for (; j < count; ++j) {
+        const float* p = ring + first + j;
+        out[j] = coefficientsOf({p[-1], p[0], p[1], p[2]});
+    }
+}
+
+// Outputs [from, end) four at a time: positions, segments and fractions in
+// double lanes, the polynomial in float lanes, each lane doing exactly the
+// arithmetic of one output above. `coefficients(whole, c)` gives the four
+// outputs' coefficient records from the truncated positions. Every position
+// must lie in [0, 2^31), where both truncations are the 32-bit one.
+template <class Lookup>
+QX_INLINE void outputsByFours(float* output, uint32_t from, uint32_t end, double ratio, double start,
+                              Lookup coefficients)
+{
+    __m256d index = _mm256_add_pd(_mm256_setr_pd(0.0, 1.0, 2.0, 3.0), _mm256_set1_pd(static_cast<double>(from)));
+    for (uint32_t i = from; i < end; i += 4) {
+        const __m256d pos = addInOrder(_mm256_div_pd(index, _mm256_set1_pd(ratio)), _mm256_set1_pd(start));
         const __m128i whole = _mm256_cvttpd_epi32(pos);
         const __m128 t = _mm256_cvtpd_ps(_mm256_sub_pd(pos, _mm256_cvtepi32_pd(whole)));
-        alignas(16) uint32_t idx[4];
-        _mm_store_si128(reinterpret_cast<__m128i*>(idx), _mm_and_si128(whole, mask));
-        alignas(16) float c[4][4];  // c[k][lane]
-        for (int lane = 0; lane < 4; ++lane) {
-            const Coefficients& k = cache.of(idx[lane]);
-            c[0][lane] = k.c0, c[1][lane] = k.c1, c[2][lane] = k.c2, c[3][lane] = k.c3;
-        }
+        __m128 c[4];
+        coefficients(whole, c);
+        _MM_TRANSPOSE4_PS(c[0], c[1], c[2], c[3]);  // now c[k] holds coefficient k of the four outputs
         const __m128 t2 = _mm_mul_ps(t, t);
         const __m128 t3 = _mm_mul_ps(t, t2);
-        const __m128 low = addInOrder(_mm_mul_ps(_mm_load_ps(c[0]), _mm_set1_ps(1.0f)), _mm_mul_ps(_mm_load_ps(c[1]), t));
-        const __m128 high = addInOrder(_mm_mul_ps(_mm_load_ps(c[2]), t2), _mm_mul_ps(_mm_load_ps(c[3]), t3));
-        _mm_storeu_ps(s.output + i, _mm_mul_ps(_mm_set1_ps(0.5f), addInOrder(low, high)));
+        const __m128 low = addInOrder(_mm_mul_ps(c[0], _mm_set1_ps(1.0f)), _mm_mul_ps(c[1], t));
+        const __m128 high = addInOrder(_mm_mul_ps(c[2], t2), _mm_mul_ps(c[3], t3));
+        _mm_storeu_ps(output + i, _mm_mul_ps(_mm_set1_ps(0.5f), addInOrder(low, high)));
         index = _mm256_add_pd(index, _mm256_set1_pd(4.0));
+    }
+}
+
+// Outputs [0, n), n a multiple of 4, in batches of kBatchOutputs. A batch
+// whose segments form one run of at most kBatchSegments slots clear of the
+// seam (ratios above about 1/2) takes its coefficients from
+// coefficientsOfRun; any other batch takes them from the segment cache, as
+// one output at a time would.
+constexpr uint32_t kBatchOutputs = 64, kBatchSegments = 128;
+
+void outputsInBatches(CHSInterpolator& s, SegmentCache& cache, uint32_t n, double start)
+{
+    alignas(32) Coefficients run[kBatchSegments];
+    const uint32_t mask = static_cast<uint32_t>(s.indexMask);
+    for (uint32_t b = 0; b < n; b += kBatchOutputs) {
+        const uint32_t end = n - b < kBatchOutputs ? n : b + kBatchOutputs;
+        const int32_t first = truncateToInt32(static_cast<double>(b) / s.ratio + start);
+        const int32_t last = truncateToInt32(static_cast<double>(end - 1) / s.ratio + start);
+        const uint32_t slot = static_cast<uint32_t>(first) & mask;
+        const uint32_t span = static_cast<uint32_t>(last - first) + 1;
+        if (span <= kBatchSegments && slot != 0 && slot + span <= s.ringLength - 2) {
+            coefficientsOfRun(s.ring, slot, span, run);
+            outputsByFours(s.output, b, end, s.ratio, start, [&run, first](__m128i whole, __m128* c) {
+                const __m128i at = _mm_sub_epi32(whole, _mm_set1_epi32(first));
+                c[0] = _mm_load_ps(&run[_mm_cvtsi128_si32(at)].c0);
+                c[1] = _mm_load_ps(&run[_mm_extract_epi32(at, 1)].c0);
+                c[2] = _mm_load_ps(&run[_mm_extract_epi32(at, 2)].c0);
+                c[3] = _mm_load_ps(&run[_mm_extract_epi32(at, 3)].c0);
+            });
+        } else {
+            outputsByFours(s.output, b, end, s.ratio, start, [&cache, mask](__m128i whole, __m128* c) {
+                const __m128i at = _mm_and_si128(whole, _mm_set1_epi32(static_cast<int32_t>(mask)));
+                c[0] = _mm_loadu_ps(&cache.of(static_cast<uint32_t>(_mm_cvtsi128_si32(at))).c0);
+                c[1] = _mm_loadu_ps(&cache.of(static_cast<uint32_t>(_mm_extract_epi32(at, 1))).c0);
+                c[2] = _mm_loadu_ps(&cache.of(static_cast<uint32_t>(_mm_extract_epi32(at, 2))).c0);
+                c[3] = _mm_loadu_ps(&cache.of(static_cast<uint32_t>(_mm_extract_epi32(at, 3))).c0);
+            });
+        }
     }
 }
 
@@ -179,7 +247,7 @@ void produceOutputs(CHSInterpolator& s, float** outputOut, uint32_t* outputCount
     uint32_t byFours = 0;
     if (count >= 4 && start >= 0.0 && static_cast<double>(count - 1) / s.ratio + start < 2147483648.0)
         byFours = count & ~3u;
-    outputsByFours(s, cache, byFours, start);
+    outputsInBatches(s, cache, byFours, start);
     outputsOneByOne(s, cache, byFours, count, start);
 
     s.samplesProduced += count;
