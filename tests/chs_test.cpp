@@ -1,6 +1,6 @@
-// qxcalcCHSInterpolator_*: random call sequences against a model of the
-// interpolator written from its contract, compared status by status and bit by
-// bit; ratio 1 as the identity; the status paths; Reset keeping the ring.
+// qxcalcCHSInterpolator_*: random call sequences (feeds, Stop, Reset and
+// refused calls) against the interpolator's model, compared status by status
+// and bit by bit; then the status paths the sequences do not reach.
 #include <gtest/gtest.h>
 
 #include <algorithm>
