@@ -42,7 +42,9 @@ void mapPointModel(const GraphMapping& m, uint32_t k)
     *m.pointCountOut = static_cast<uint32_t>(pointsOf(m.pointsLeft));
 }
 
-// Axes wide, empty, and narrow around typical logarithms, where one unit in the last place of a logarithm moves pixels.
+// Axes wide, empty, and narrow around typical logarithms, where one unit in the last place of a logarithm moves
+// pixels. One record in eight maps y = 7 (and a one-point x = 7) onto axes starting at either path's logarithm or
+// decibels of 7, where the two logarithm forms and the two decibel products differ.
 GraphMapping randomRecord(std::mt19937& rng)
 {
     const auto pick = [&](std::initializer_list<double> v) { return v.begin()[rng() % v.size()]; };
@@ -55,6 +57,10 @@ GraphMapping randomRecord(std::mt19937& rng)
     m.yScale = pick({1.0, 1e-6, -2.5, 1e-15, -1e-15}), m.yOffset = pick({0.0, 3.5, -1e-9});
     axis(m.xMin, m.xMax, {0.0, -100.0, 1e3}, {1e3, 1.0, 5e5}), axis(m.xLogMin, m.xLogMax, {-3.0, 0.0, 5.9}, {2.0, 6.0, 1e-4});
     axis(m.yMin, m.yMax, {-120.0, 1e-9, 150.0}, {140.0, 1e-6, 1e-3}), axis(m.yLogMin, m.yLogMax, {-12.0, -9.0, 5.9}, {6.0, 12.0, 1e-4});
+    if (const float log7 = rng() % 2 ? fastLog10Model(7.0f) : fastLog10LanesModel(7.0f); rng() % 8 == 0) {
+        m.xSource = 3, m.xMin = 7, m.xAxisType = 1, m.xLogMin = m.yLogMin = log7, m.xLogMax = m.yLogMax = log7 + 1e-9, m.yScale = 0, m.yOffset = 7;
+        m.yAxisType = 1 + rng() % 2, m.dbReference = 1, m.yMin = rng() % 2 ? 20.0 * log7 : 20.0f * log7, m.yMax = m.yMin + 1e-9;
+    }
     return m;
 }
 
@@ -75,23 +81,6 @@ TEST(GetXYValGraph2D, RandomRecordsMatchTheModelOnBothPaths)
                 pixels("xPixels"), pixels("yPixels"), scalar<uint32_t>("pointCount", Role::Out, 77)},
                [=](const Blocks& b, uint32_t n) { const GraphMapping m = bind(b, n); qxcalcGetXYValGraph2D(&m); },
                [=](const Blocks& b, uint32_t n) { for (uint32_t k = 0; k < pointsOf(n); ++k) mapPointModel(bind(b, n), k); }, {0, 1, 3, 4, 5, 9}});
-    }
-}
-
-// Each path's own logarithm (its two forms differ at 7) and decibel product (inexact there): axes starting exactly there put 7 at 0.
-TEST(GetXYValGraph2D, EachPathTakesItsOwnLogarithmAndDecibels)
-{
-    alignas(32) const double sevens[4] = {7, 7, 7, 7};
-    int32_t px[4], py[4];
-    uint32_t count = 0;
-    for (const bool four : {false, true}) {
-        const float log7 = four ? fastLog10LanesModel(7.0f) : fastLog10Model(7.0f);
-        GraphMapping m{};
-        m.pointsLeft = four ? 4 : 1, m.xSource = 1, m.xValues = sevens, m.xAxisType = 1, m.xLogMin = log7, m.xLogMax = log7 + 1e-9, m.right = 5;
-        m.ySamples = sevens, m.yScale = 1, m.yAxisType = 2, m.dbReference = 1, m.yMin = four ? 20.0 * log7 : 20.0f * log7, m.yMax = m.yMin + 1e-9;
-        m.bottom = 220, m.xPixelsOut = px, m.yPixelsOut = py, m.pointCountOut = &count;
-        qxcalcGetXYValGraph2D(&m);
-        EXPECT_EQ(std::tuple(count, px[0], py[0]), std::tuple(four ? 4u : 1u, 0, 220)) << four;
     }
 }
 
@@ -124,21 +113,17 @@ void findCursorModel(const uint32_t* pixels, int32_t stride, int32_t width, int3
     *colour = best.colour, *foundX = best.x, *foundY = best.y;
 }
 
-// Mostly background with some ignored, near-ignored and drawn pixels (plain), or drawn ones densely (specials).
-void fillBitmap(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
-{
-    constexpr uint32_t kinds[] = {0, 0x010000, 0x808080, 0x848284, kBackground, 0x010001, 0x808081, 0xFF010000};
-    std::mt19937 rng(seed);
-    for (std::size_t i = 0; i < n; ++i) reinterpret_cast<uint32_t*>(to)[i] = rng() % 6 ? (set == DataSet::Plain ? kBackground : rng()) : kinds[rng() % 8];
-}
-
 TEST(FindCursorXY, TopDownAndBottomUpBitmapsMatchTheModel)
 {
     constexpr int32_t kRows = 3, pad = 3;  // n pixels wide, n + 3 apart; the stride's 3 extra bytes are dropped toward zero
     for (const bool bottomUp : {false, true})
         for (const auto& [cx, cy] : {std::pair{-3, 1}, {-2, 4}, {1000, -1}, {INT32_MIN, 2}, {-2, 50001}}) {  // -2: the middle column
             BlockSpec bitmap = block<uint32_t>("pixels", Role::In, 4, [=](uint32_t n) { return (kRows - 1) * (n + pad) + n; });
-            bitmap.fill = fillBitmap;
+            bitmap.fill = [](std::byte* to, std::size_t n, DataSet set, uint32_t seed) {  // ignored, near-ignored and drawn pixels in background (plain) or dense
+                constexpr uint32_t kinds[] = {0, 0x010000, 0x808080, 0x848284, kBackground, 0x010001, 0x808081, 0xFF010000};
+                std::mt19937 rng(seed);
+                for (std::size_t i = 0; i < n; ++i) reinterpret_cast<uint32_t*>(to)[i] = rng() % 6 ? (set == DataSet::Plain ? kBackground : rng()) : kinds[rng() % 8];
+            };
             const auto with = [=](auto find) { return [=](const Blocks& b, uint32_t n) {
                 const int32_t stride = 4 * static_cast<int32_t>(n + pad) + 3, column = cx == -2 ? static_cast<int32_t>(n / 2) : cx;
                 find(b.at<uint32_t>(0) + (bottomUp ? (kRows - 1) * (n + pad) : 0), bottomUp ? stride : -stride, static_cast<int32_t>(n), kRows,
