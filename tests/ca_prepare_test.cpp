@@ -1,5 +1,6 @@
 // Cycle-data preparation: the copy with maximum search and the in-place conversions swept against models
-// (counts near the thresholds, every legal start, both fences, bytes after), then ties, nothing found, rounding modes.
+// (counts near the thresholds, every legal start, both fences, the bytes after; the special data bring ties
+// and NaNs, count 0 finds nothing), then the current rounding mode.
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
@@ -57,31 +58,6 @@ TEST(CAPrecisionInplace, MatchesElementwiseConversionForEveryCountAndLegalStart)
     const auto widen = [](void* data, uint32_t n) { EXPECT_EQ(static_cast<void*>(qxcalcCASingleArrToDoubleArrInplace(data, n)), data); };
     inPlace(0.0, 0.0f, qxcalcCADoubleArrToSingleArrInplace, 16, countsAround({}, 4)), inPlace(0.0, 0.0f, qxcalcCADoubleArrToSingleArrInplace, 8, {0, 1, 2, 3});
     inPlace(0.0f, 0.0, widen, 32, countsAround({}, 8)), inPlace(0.0f, 0.0, widen, 4, {0, 1, 2, 3, 4, 5, 6, 7});
-}
-
-// Index reported for raw[first + k] = values[k], k < n (values padded with 1.0).
-uint32_t foundAt(std::vector<float> values, uint32_t first, uint32_t n, float offset = 0.0f, float* value = nullptr)
-{
-    float channel[40], v;
-    uint32_t i;
-    values.resize(40, 1.0f);
-    qxCalcCACopyRawDataToChannels(rawFor(values.data(), first), channel, first, first + n, offset, value ? value : &v, &i);
-    return i;
-}
-
-TEST(CACopyRawDataToChannels, TiesAndNoneFound)
-{
-    auto peaks = [](std::initializer_list<int> at) { std::vector<float> v(40, 1.0f); for (int i : at) v[i] = 9.0f; return v; };
-    EXPECT_EQ(foundAt(peaks({3, 5}), 2, 7), 5u);      // one at a time: lower index
-    EXPECT_EQ(foundAt(peaks({9, 16}), 3, 24), 19u);   // lanes 1 and 0: lane 0 wins
-    EXPECT_EQ(foundAt(peaks({9, 16}), 3, 20), 12u);   // offset 16 in the one-at-a-time rest
-    EXPECT_EQ(foundAt(peaks({1, 9}), 3, 24), 4u);     // one lane: earliest occurrence
-    float value = 0;
-    for (const uint32_t n : {0u, 3u, 7u, 30u})  // all equal to the offset, or nothing copied
-        EXPECT_TRUE(foundAt({}, 0, n, 1.0f, &value) == kNone && bitsOf(value) == bitsOf(kStart)) << n;
-    const float nan = nanWithPayload<float>(3), subnormal = floatFromBits(0x007FFFFF);
-    const std::vector<float> none = {nan, -1.0f, 0.0f, subnormal, kStart, nan, -0.0f, subnormal, nan, kStart, -5.0f};
-    for (const uint32_t n : {7u, 11u}) EXPECT_TRUE(foundAt(none, 0, n, 0.0f, &value) == kNone && value == kStart);
 }
 
 TEST(CAPrecisionInplace, NarrowingRoundsInTheCurrentMode)  // four by the block, one singly
