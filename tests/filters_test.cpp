@@ -10,9 +10,8 @@ using namespace qxtest;
 
 namespace {
 
-// Sections shift their blocks B[0..n] and take the gained input. The general
-// kind keeps one running sum, oldest block first, and NaN passes its limits;
-// the second-order kind sums b- and a-products apart, NaN becomes 1e10.
+// Sections shift their blocks B[0..n] and take the gained input. The general kind keeps one running sum, oldest
+// block first, and NaN passes its limits; the second-order kind sums b- and a-products apart, NaN becomes 1e10.
 double modelIIR(const IIRFilter& f, double u)
 {
     const bool second = f.coefficientCount == 3;
@@ -31,9 +30,9 @@ double modelIIR(const IIRFilter& f, double u)
     return u;
 }
 
-// Runs of products h[i] * t[i]: blocks of 32 into four eight-lane accumulators, ((A + B) + C) + D
-// added to V (from +0: only a -0 lane differs, erased by the final + S), groups of eight into V,
-// the rest into S. Run 2 first feeds S until its taps reach a 32-byte boundary.
+// Runs of products h[i] * t[i]: blocks of 32 into four eight-lane accumulators, ((A + B) + C) + D added to V (from +0:
+// only a -0 lane differs, erased by the final + S), groups of eight into V, the rest into S. Run 2 first feeds S
+// until its taps reach a 32-byte boundary.
 float modelFIR(const float* h, const float* t, int length, int position)
 {
     float V[8] = {}, S = 0;
