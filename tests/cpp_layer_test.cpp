@@ -1,8 +1,9 @@
-// The C++ layer: each wrapper gives the bytes of its export on the same data (its arguments reach it in
-// order), format codes follow the element type, statuses read as error codes, the interpolator owner
-// moves, running statistics form average and RMS over blocks of both paths.
+// The C++ layer: each wrapper gives the bytes of its export on the same data (its arguments reach it in order),
+// format codes follow the element type, statuses read as error codes, the interpolator owner moves, running
+// statistics form average and RMS over blocks of both paths.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <set>
 #include <vector>
@@ -64,36 +65,26 @@ TEST(CppLayer, BlockWrappersGiveTheBytesOfTheirExports)
     EXPECT_EQ(f, (std::vector<float>{2.5f, 5, 7.5f, 4}));
 }
 
-TEST(CppLayer, RawFormatFollowsTheElementType)
+// -1 in each format (255 as uint8_t, 65535 as uint16_t, ...); read as another format, or with scale and offset
+// traded, it changes. Statuses are error codes, each with a text of its own, and an unknown one reads as its number.
+TEST(CppLayer, RawFormatFollowsTheElementTypeAndStatusesAreErrorCodes)
 {
-    // -1 in each format (255 as uint8_t, 65535 as uint16_t, ...); read as another format, or with scale
-    // and offset traded, it changes.
-    const auto readsAsItself = []<class Raw>(Raw minusOne) {
+    const auto readsAsItself = [](auto minusOne) {
         double out = 0;
         float outFloat = 0;
         qxcalc::channelGetScaledValuesAtPos(std::span(&minusOne, 1), std::span(&out, 1), 1.0, 0.0);
         qxcalc::channelGetScaledValuesAtPos(std::span(&minusOne, 1), std::span(&outFloat, 1), 1.0f, 0.0f);
-        EXPECT_EQ(std::pair(out, outFloat), std::pair(double(minusOne), float(minusOne))) << sizeof(Raw) << " bytes";
+        EXPECT_EQ(std::pair(out, outFloat), std::pair(double(minusOne), float(minusOne))) << sizeof(minusOne) << " bytes";
     };
-    readsAsItself(uint8_t(-1)), readsAsItself(int8_t(-1)), readsAsItself(int16_t(-1));
-    readsAsItself(uint16_t(-1)), readsAsItself(int32_t(-1)), readsAsItself(-1.0f);
-    readsAsItself(int64_t(-1)), readsAsItself(-1.0), readsAsItself(uint32_t(-1));
-}
-
-TEST(CppLayer, StatusCodesAreErrorCodesWithTheirOwnText)
-{
-    using qxcalc::Status;
-    EXPECT_FALSE(std::error_code(Status::ok));
+    readsAsItself(uint8_t(-1)), readsAsItself(int8_t(-1)), readsAsItself(int16_t(-1)), readsAsItself(uint16_t(-1)), readsAsItself(int32_t(-1));
+    readsAsItself(-1.0f), readsAsItself(int64_t(-1)), readsAsItself(-1.0), readsAsItself(uint32_t(-1));
     std::error_code error;
-    EXPECT_FALSE(qxcalc::Interpolator::create(1.0, 1.0, 6, error));
-    EXPECT_EQ(error, Status::badBufferSize);
-    EXPECT_FALSE(qxcalc::Interpolator::create(0.0, 1.0, 8, error));
-    EXPECT_EQ(error, std::error_code(StatusInvalidArgument, qxcalc::statusCategory()));
-    std::set<std::string> texts;  // one of its own per status, then the number of an unknown one
-    std::string all;
-    for (int code = 0; code < 5; ++code) all += *texts.insert(qxcalc::statusCategory().message(code)).first;
-    EXPECT_EQ(texts.size(), 5u);
-    EXPECT_EQ(all.find("unknown"), std::string::npos);
+    EXPECT_FALSE(std::error_code(qxcalc::Status::ok));
+    EXPECT_TRUE(!qxcalc::Interpolator::create(1.0, 1.0, 6, error) && error == qxcalc::Status::badBufferSize);
+    EXPECT_TRUE(!qxcalc::Interpolator::create(0.0, 1.0, 8, error) && error == std::error_code(StatusInvalidArgument, qxcalc::statusCategory()));
+    std::set<std::string> texts;
+    for (int code = 0; code < 5; ++code) texts.insert(qxcalc::statusCategory().message(code));
+    EXPECT_TRUE(texts.size() == 5 && std::none_of(texts.begin(), texts.end(), [](const std::string& t) { return t.find("unknown") != t.npos; }));
     EXPECT_EQ(qxcalc::statusCategory().message(5), "unknown qxcalc status 5");
 }
 
@@ -121,23 +112,21 @@ TEST(CHSLayerLifecycle, OwnerMovesAndReportsEveryStatus)
     EXPECT_EQ(other.interpolate(std::span(x).first(2)).output.size(), 1u);
 }
 
-template <class T>
-class CppLayerStatistics : public ::testing::Test {};
-using SampleTypes = ::testing::Types<float, double, int16_t, int32_t>;
-TYPED_TEST_SUITE(CppLayerStatistics, SampleTypes);
-
-// A short block with the lowest sample, one long enough for the vector path, a short one with the highest.
-TYPED_TEST(CppLayerStatistics, AverageAndRmsOverBlocksOfBothPaths)
+// Each sample type: a short block with the lowest sample, one long enough for the vector path, a short one with the highest.
+TEST(CppLayer, RunningStatisticsFormAverageAndRmsOverBlocksOfBothPaths)
 {
-    using T = TypeParam;
-    const std::vector<T> first = {-20, 2, 3}, middle = {3, -7, 5, 1, 9, -2, 4, 8, -6, 2, 7}, last = {30, 0};
-    const auto own = qxcalc::getMinMax(std::span<const T>(middle));
-    EXPECT_EQ(std::pair(own.min, own.max), std::pair(T(-7), T(9)));
-    qxcalc::RunningStatistics<T> stats(1);
-    for (const auto* block : {&first, &middle, &last}) stats.add(*block);
-    EXPECT_EQ(std::tuple(stats.count(), stats.minimum(), stats.maximum()), std::tuple(16u, T(-20), T(30)));
-    EXPECT_EQ(std::pair(stats.sum(), stats.sumOfSquares()), std::pair(39.0, 1745.0));  // squares of sample + 1
-    EXPECT_EQ(std::pair(stats.average(), stats.rms()), std::pair(39.0 / 16, std::sqrt(1745.0 / 16)));
+    const auto check = [](auto zero) {
+        using T = decltype(zero);
+        const std::vector<T> first = {-20, 2, 3}, middle = {3, -7, 5, 1, 9, -2, 4, 8, -6, 2, 7}, last = {30, 0};
+        const auto own = qxcalc::getMinMax(std::span<const T>(middle));
+        EXPECT_EQ(std::pair(own.min, own.max), std::pair(T(-7), T(9)));
+        qxcalc::RunningStatistics<T> stats(1);
+        for (const auto* block : {&first, &middle, &last}) stats.add(*block);
+        EXPECT_EQ(std::tuple(stats.count(), stats.minimum(), stats.maximum()), std::tuple(16u, T(-20), T(30)));
+        EXPECT_EQ(std::pair(stats.sum(), stats.sumOfSquares()), std::pair(39.0, 1745.0));  // squares of sample + 1
+        EXPECT_EQ(std::pair(stats.average(), stats.rms()), std::pair(39.0 / 16, std::sqrt(1745.0 / 16))) << sizeof(T) << " bytes";
+    };
+    check(0.0f), check(0.0), check(int16_t{}), check(int32_t{});
 }
 
 } // namespace

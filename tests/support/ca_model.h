@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 
 #include "support/lane_model.h"
@@ -15,50 +14,38 @@ namespace qxtest {
 inline float fastLog2Model(float x)
 {
     const uint32_t b = std::bit_cast<uint32_t>(x);
-    const float m = std::bit_cast<float>((b & 0x007FFFFFu) | 0x3F800000u);
-    const auto e = static_cast<float>(static_cast<int>((b >> 23) & 0xFF) - 127);
-    float p = m * std::bit_cast<float>(0xBDDBA835u) + std::bit_cast<float>(0x3F3030C0u);
-    p = p * m - std::bit_cast<float>(0x3FE0D411u);
-    p = p * m + std::bit_cast<float>(0x402786EEu);
-    return e + (m - 1.0f) * p;
+    const float m = std::bit_cast<float>((b & 0x007FFFFFu) | 0x3F800000u), e = static_cast<float>(static_cast<int>((b >> 23) & 0xFF) - 127);
+    return e + (m - 1.0f) * (((m * std::bit_cast<float>(0xBDDBA835u) + std::bit_cast<float>(0x3F3030C0u)) * m - std::bit_cast<float>(0x3FE0D411u)) * m + std::bit_cast<float>(0x402786EEu));
 }
 inline float fastLog10Model(float x) { return static_cast<float>(fastLog2Model(x) / 3.3219281); }
 inline float fastLog10LanesModel(float x) { return fastLog2Model(x) / std::bit_cast<float>(0x40549A78u); }
 
 constexpr float kRatioFloor = std::bit_cast<float>(0x3089705Fu);
 
-// Axis positions: under 8 values halves away from zero, clamped to minValue
-// first; from 8 on the current rounding mode, maxValue first. Out-of-range
-// and NaN values become INT32_MIN. pos(x, lanes) is the unrounded position.
+// Axis positions: under 8 values halves away from zero, clamped to minValue first; from 8 on the current
+// rounding mode, maxValue first. Out-of-range and NaN values become INT32_MIN. pos(x, lanes) is unrounded.
 template <class Position>
 void modelAxis(const float* in, uint32_t n, int32_t* out, int32_t lo, int32_t hi, Position pos)
 {
     const auto toInt = [](double r) { return r >= -2147483648.0 && r < 2147483648.0 ? static_cast<int32_t>(r) : INT32_MIN; };
     for (uint32_t i = 0; i < n; ++i) {
         const double v = pos(in[i], n >= 8);
-        if (n >= 8) out[i] = std::max(std::min(toInt(std::nearbyint(static_cast<float>(v))), hi), lo);
-        else out[i] = std::min(std::max(toInt(std::trunc(v < 0 ? v - 0.5 : v + 0.5)), lo), hi);
+        out[i] = n >= 8 ? std::max(std::min(toInt(std::nearbyint(static_cast<float>(v))), hi), lo) : std::min(std::max(toInt(std::trunc(v < 0 ? v - 0.5 : v + 0.5)), lo), hi);
     }
 }
 
-// The dot-product filter over n taps with `oldest` = samples[1 - n].
+// The dot-product filter over n taps with `oldest` = samples[1 - n]: short ones newest first from
+// product + 0.0; else four lanes over head, body and tail blocks, reduced (l0 + l2) + (l1 + l3).
 template <class T>
 float modelFilter(const T* oldest, uint32_t n, const float* c, std::ptrdiff_t stride)
 {
-    const auto coefficientOf = [&](uint32_t j) { return c[static_cast<std::ptrdiff_t>(n - 1 - j) * stride]; };
+    const auto product = [&](uint32_t j, bool kept) { const float x = static_cast<float>(oldest[j]); return mulX86(kept ? x : mulX86(x, 0.0f), c[static_cast<std::ptrdiff_t>(n - 1 - j) * stride]); };
     constexpr uint32_t W = sizeof(T) == 2 ? 8 : 4;
-    if (n == 0) return 0.0f;
-    if (n < W) {
-        float sum = addX86(mulX86(static_cast<float>(oldest[n - 1]), coefficientOf(n - 1)), 0.0f);
-        for (uint32_t j = n - 1; j-- > 0;) sum = addX86(sum, mulX86(static_cast<float>(oldest[j]), coefficientOf(j)));
-        return sum;
-    }
-    float lanes[4] = {0, 0, 0, 0};  // a block's lanes p outside [from, to) count as sample * 0.0
+    float sum = 0, lanes[4] = {0, 0, 0, 0};  // a block's samples outside [from, to) are multiplied by 0.0 first
+    for (uint32_t j = n; n < W && j-- > 0;) sum = j + 1 == n ? addX86(product(j, true), 0.0f) : addX86(sum, product(j, true));
+    if (n < W) return sum;
     const auto addBlock = [&](uint32_t start, uint32_t from, uint32_t to) {
-        for (uint32_t p = 0; p < W; ++p) {
-            const float x = static_cast<float>(oldest[start + p]);
-            lanes[p % 4] = addX86(lanes[p % 4], mulX86(p >= from && p < to ? x : mulX86(x, 0.0f), coefficientOf(start + p)));
-        }
+        for (uint32_t p = 0; p < W; ++p) lanes[p % 4] = addX86(lanes[p % 4], product(start + p, p >= from && p < to));
     };
     uint32_t at = peelOf<16>(oldest) == 0 ? W : peelOf<16>(oldest);  // the head keeps the samples before a 16-byte boundary
     addBlock(0, 0, at);
@@ -89,18 +76,14 @@ inline void modelAverage(const double* in, double* out, uint16_t windowLength, u
 // The cumulative mean: blocks of 8 in double, lane maxima from the smallest normal; the rest in float.
 inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_t cycles, float* maxValue)
 {
-    float lanes[8] = {};
+    float lanes[8];
     std::fill(lanes, lanes + 8, std::bit_cast<float>(0x00800000u));
     const double nd = static_cast<double>(cycles);
-    const uint32_t blocked = n / 8 * 8;
-    for (uint32_t k = 0; k < blocked; ++k) {
-        overall[k] = static_cast<float>(addX86(overall[k] * nd, static_cast<double>(cycle[k])) / (nd + 1.0));
-        lanes[k % 8] = laneMax(lanes[k % 8], overall[k]);
-    }
+    for (uint32_t k = 0; k < n / 8 * 8; ++k)
+        overall[k] = static_cast<float>(addX86(overall[k] * nd, static_cast<double>(cycle[k])) / (nd + 1.0)), lanes[k % 8] = laneMax(lanes[k % 8], overall[k]);
     *maxValue = reduceHalving(lanes, 8, laneMax<float>);
-    const float nf = static_cast<float>(cycles), mf = static_cast<float>(cycles + 1);
-    for (uint32_t k = blocked; k < n; ++k) {
-        overall[k] = addX86(nf * overall[k], cycle[k]) / mf;
+    for (uint32_t k = n / 8 * 8; k < n; ++k) {
+        overall[k] = addX86(static_cast<float>(cycles) * overall[k], cycle[k]) / static_cast<float>(cycles + 1);
         if (overall[k] > *maxValue) *maxValue = overall[k];
     }
 }
@@ -111,8 +94,7 @@ inline void modelRunning(const float* cycle, const float* leaving, float* sum, f
     for (uint32_t k = 0; k < n; ++k) {
         if (cycles == 0) sum[k] = mean[k] = cycle[k];
         else if (cycles < window) sum[k] = addX86(sum[k], cycle[k]), mean[k] = sum[k] / (static_cast<float>(cycles) + 1.0f);
-        else sum[k] = k < n / 8 * 8 ? addX86(sum[k], cycle[k]) - leaving[k] : addX86(cycle[k] - leaving[k], sum[k]),
-             mean[k] = sum[k] / static_cast<float>(window);
+        else sum[k] = k < n / 8 * 8 ? addX86(sum[k], cycle[k]) - leaving[k] : addX86(cycle[k] - leaving[k], sum[k]), mean[k] = sum[k] / static_cast<float>(window);
     }
 }
 
