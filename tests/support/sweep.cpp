@@ -70,7 +70,8 @@ void sweep(const SweepRow& row)
         for (std::size_t i = 0; i < nBlocks; ++i) {
             const BlockSpec& b = row.blocks[i];
             sources.emplace_back(b.elements(maxCount) * b.elementBytes);
-            b.fill(sources.back().data(), b.elements(maxCount), set, static_cast<uint32_t>(7 * i + 3 + 101 * int(set)));
+            b.fill(sources.back().data(), b.elements(maxCount), set,
+                   static_cast<uint32_t>(std::hash<std::string>{}(row.name) + 7 * i + 101 * int(set)));  // per row, block and set
         }
         for (const uint32_t n : row.counts) {
             // Start offsets of the swept buffers, counted as a mixed-radix number.
