@@ -35,13 +35,14 @@ Out scaledValue(Raw x, Out scale, Out offset)
     else return addX86(mulX86(static_cast<Out>(x), scale), offset);
 }
 
-// int64 samples a hair off the float ties of every magnitude, where rounding through double first would round the other way.
+// int64 samples of either sign a hair off the float ties of every magnitude, where rounding through double first would round the other way.
 void fillInt64(std::byte* to, std::size_t n, DataSet, uint32_t seed)
 {
     std::mt19937_64 rng(seed);
     for (int64_t* p = reinterpret_cast<int64_t*>(to); n-- > 0;) {
         const unsigned s = rng() % 38;
-        *p++ = (static_cast<int64_t>(rng() >> 40) << (s + 1)) + (int64_t{1} << s) + static_cast<int64_t>(rng() % 3) - 1;
+        const int64_t x = (static_cast<int64_t>(rng() >> 40) << (s + 1)) + (int64_t{1} << s) + static_cast<int64_t>(rng() % 3) - 1;
+        *p++ = rng() % 2 ? x : -x;
     }
 }
 

@@ -10,8 +10,8 @@
 //
 // Paths: blocks of at least one step whose buffers allow it (below) run in
 // vector steps of eight samples, unrolled by four, with the samples before
-// the first step and after the last one done one at a time; shorter blocks,
-// int64 samples and buffers too close together run one at a time.
+// the first step and after the last one done one at a time; shorter blocks
+// and buffers too close together run one at a time.
 #pragma once
 
 #include <cstdint>
@@ -122,17 +122,15 @@ template <class Raw, class Out, Output output>
 void scaleValues(const Raw* raw, Out* out, uint32_t count, Scaling<Work<Raw, Out>> k)
 {
     uint32_t done = 0;
-    if constexpr (!std::is_same_v<Raw, int64_t>) {
-        if (count >= kStep && stepsMatchElementOrder(raw, out, count)) {
-            constexpr Walk walk = walkFor<Raw, Out, output>();
-            uint32_t peel = 0;
-            if constexpr (walk.peelTo == PeelTo::Input) peel = simd::countBeforeBoundary<32>(raw);
-            else if constexpr (walk.peelTo == PeelTo::Output) peel = simd::countBeforeBoundary<32>(out);
-            scaleOneByOne(raw, out, peel, k);  // peel < kStep <= count
-            const uint32_t steps = (count - peel) / kStep;
-            scaleSteps<walk.alignedStores>(raw + peel, out + peel, steps, k);
-            done = peel + steps * kStep;
-        }
+    if (count >= kStep && stepsMatchElementOrder(raw, out, count)) {
+        constexpr Walk walk = walkFor<Raw, Out, output>();
+        uint32_t peel = 0;
+        if constexpr (walk.peelTo == PeelTo::Input) peel = simd::countBeforeBoundary<32>(raw);
+        else if constexpr (walk.peelTo == PeelTo::Output) peel = simd::countBeforeBoundary<32>(out);
+        scaleOneByOne(raw, out, peel, k);  // peel < kStep <= count
+        const uint32_t steps = (count - peel) / kStep;
+        scaleSteps<walk.alignedStores>(raw + peel, out + peel, steps, k);
+        done = peel + steps * kStep;
     }
     scaleOneByOne(raw + done, out + done, count - done, k);
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "qxcalc.h"
+#include "simd/convert.h"
 
 struct CHSInterpolator {
     double inputRate;
@@ -32,13 +33,12 @@ namespace qx::chs {
 constexpr uint64_t kSamplesBeforeFirstOutput = 2;
 
 // An unsigned 64-bit counter as a double, correctly rounded. Goes through the
-// signed conversion, which the 32-bit target does with a plain x87 load and
-// store (its unsigned form would add 2^64 on the x87). The top bit, which no
-// real counter reaches, is handled by halving with the lost bit kept sticky.
+// signed conversion; the top bit, which no real counter reaches, is handled
+// by halving with the lost bit kept sticky.
 inline double counterToDouble(uint64_t value)
 {
-    if (value >> 63 == 0) return static_cast<double>(static_cast<int64_t>(value));
-    return static_cast<double>(static_cast<int64_t>((value >> 1) | (value & 1))) * 2.0;
+    if (value >> 63 == 0) return simd::fromInt64<double>(static_cast<int64_t>(value));
+    return simd::fromInt64<double>(static_cast<int64_t>((value >> 1) | (value & 1))) * 2.0;
 }
 
 // Truncation toward zero to signed 32 bits. NaN and out-of-range values give

@@ -1,8 +1,20 @@
 // Samples of the integer and floating formats as float or double vectors,
 // loaded straight from memory at their natural alignment: four samples as a
 // double quad, eight as a float oct. Exact wherever the target holds every
-// value of the format; int32 and uint32 into float are rounded once, in the
-// current rounding mode. convertOne gives the same value for one sample.
+// value of the format; int32 and uint32 into float, and int64 into either,
+// are rounded once, in the current rounding mode. convertOne gives the same
+// value for one sample.
+//
+// The 64-bit build converts an int64 directly. The 32-bit build, whose only
+// direct conversion is on the x87 unit, takes it as its high word (signed)
+// times 2^32 plus its low word (unsigned): both terms are exact doubles, so
+// their sum is the one rounding to double, the same bits. Into float, a
+// sample of magnitude 2^53 or more first has its low 11 bits folded into bit
+// 11 (cleared, bit 11 set when any was set): the value then fits in 53 bits,
+// so the double is exact, and it still lies strictly between the same two
+// multiples of 2^12, as every float of that magnitude and every midpoint
+// between two of them does, so the one rounding to float is the sample's
+// own. Eight samples that all lie below 2^53 skip the fold.
 #pragma once
 
 #include <cstdint>
@@ -29,18 +41,70 @@ QX_INLINE __m256i joinHalves(__m128i low, __m128i high)
     return _mm256_insertf128_si256(_mm256_castsi128_si256(low), high, 1);
 }
 
-// Samples 0-3 as doubles, exactly (int64 is not a vector format).
+// Four unsigned 32-bit lanes as doubles, exactly: read as signed, the lanes
+// with the top bit set come out 2^32 low (and a zero lane stays +0).
+QX_INLINE __m256d widenUInt32x4(__m128i v)
+{
+    const __m256d asSigned = widenInt32x4(v);
+    const __m256d wrapped = _mm256_cmp_pd(asSigned, _mm256_setzero_pd(), _CMP_LT_OQ);
+    return _mm256_add_pd(asSigned, _mm256_and_pd(wrapped, _mm256_set1_pd(4294967296.0)));
+}
+
+// Four int64 samples split into their high and low 32-bit words.
+struct Int64Words {
+    __m128i high, low;
+};
+
+QX_INLINE Int64Words int64WordsFrom(const int64_t* p)
+{
+    const __m128 a = _mm_castsi128_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)));
+    const __m128 b = _mm_castsi128_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2)));
+    return {_mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1))),
+            _mm_castps_si128(_mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0)))};
+}
+
+// high * 2^32 + low, rounded once at the add.
+QX_INLINE __m256d doublesFromWords(Int64Words w)
+{
+    return _mm256_add_pd(_mm256_mul_pd(widenInt32x4(w.high), _mm256_set1_pd(4294967296.0)), widenUInt32x4(w.low));
+}
+
+// Whether all eight samples lie in -2^53 .. 2^53 - 1 (high word in -2^21 ..
+// 2^21 - 1), where they are exact doubles.
+QX_INLINE bool within53Bits(Int64Words a, Int64Words b)
+{
+    const __m128i bias = _mm_set1_epi32(1 << 21);
+    return _mm_testz_si128(_mm_or_si128(_mm_add_epi32(a.high, bias), _mm_add_epi32(b.high, bias)),
+                           _mm_set1_epi32(static_cast<int32_t>(0xFFC00000u)));
+}
+
+// The lanes of magnitude 2^53 or more with their low 11 bits folded into
+// bit 11.
+QX_INLINE Int64Words foldedBeyond53Bits(Int64Words w)
+{
+    const __m128i fits = _mm_cmpeq_epi32(_mm_srai_epi32(w.high, 21), _mm_srai_epi32(w.high, 31));
+    const __m128i lowBits = _mm_set1_epi32(0x7FF);
+    const __m128i sticky = _mm_add_epi32(_mm_and_si128(w.low, lowBits), lowBits);  // bit 11: any low bit set
+    const __m128i folded = _mm_andnot_si128(lowBits, _mm_or_si128(w.low, sticky));
+    return {w.high, _mm_blendv_epi8(folded, w.low, fits)};
+}
+
+// Samples 0-3 as doubles, exactly (int64: rounded once).
 template <class T>
 QX_INLINE __m256d doubleQuadFrom(const T* p)
 {
     if constexpr (std::is_same_v<T, double>) return _mm256_loadu_pd(p);
     else if constexpr (std::is_same_v<T, float>) return _mm256_cvtps_pd(_mm_loadu_ps(p));
-    else if constexpr (std::is_same_v<T, uint32_t>) {
-        // Read as signed, the lanes with the top bit set come out 2^32 low.
-        const __m256d asSigned = widenInt32x4(int32x4From(p));
-        const __m256d wrapped = _mm256_cmp_pd(asSigned, _mm256_setzero_pd(), _CMP_LT_OQ);
-        return _mm256_add_pd(asSigned, _mm256_and_pd(wrapped, _mm256_set1_pd(4294967296.0)));
-    } else return widenInt32x4(int32x4From(p));
+    else if constexpr (std::is_same_v<T, int64_t>) {
+#if defined(__x86_64__)
+        return _mm256_setr_pd(static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2]),
+                              static_cast<double>(p[3]));
+#else
+        return doublesFromWords(int64WordsFrom(p));
+#endif
+    }
+    else if constexpr (std::is_same_v<T, uint32_t>) return widenUInt32x4(int32x4From(p));
+    else return widenInt32x4(int32x4From(p));
 }
 
 // Samples 0-7 as floats. uint32 goes as its high and low 16-bit halves,
@@ -50,7 +114,18 @@ template <class T>
 QX_INLINE __m256 floatOctFrom(const T* p)
 {
     if constexpr (std::is_same_v<T, float>) return _mm256_loadu_ps(p);
-    else if constexpr (std::is_same_v<T, int32_t>)
+    else if constexpr (std::is_same_v<T, int64_t>) {
+#if defined(__x86_64__)
+        return _mm256_setr_ps(static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
+                              static_cast<float>(p[3]), static_cast<float>(p[4]), static_cast<float>(p[5]),
+                              static_cast<float>(p[6]), static_cast<float>(p[7]));
+#else
+        Int64Words low = int64WordsFrom(p), high = int64WordsFrom(p + 4);
+        if (!within53Bits(low, high)) low = foldedBeyond53Bits(low), high = foldedBeyond53Bits(high);
+        return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(doublesFromWords(low))),
+                                    _mm256_cvtpd_ps(doublesFromWords(high)), 1);
+#endif
+    } else if constexpr (std::is_same_v<T, int32_t>)
         return _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
     else if constexpr (std::is_same_v<T, uint32_t>) {
         const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
@@ -63,13 +138,30 @@ QX_INLINE __m256 floatOctFrom(const T* p)
     } else return _mm256_cvtepi32_ps(joinHalves(int32x4From(p), int32x4From(p + 4)));
 }
 
-// One sample as Work (float or double), as the vector forms convert it;
-// int64 is rounded once, straight to Work.
+// One int64 as Work (float or double), rounded once. The 64-bit build
+// converts directly; the 32-bit one by the words, as the vector forms do,
+// not through the x87 unit.
+template <class Work>
+QX_INLINE Work fromInt64(int64_t x)
+{
+#if defined(__x86_64__)
+    return static_cast<Work>(x);
+#else
+    const int32_t high = static_cast<int32_t>(x >> 32);
+    uint32_t low = static_cast<uint32_t>(x);
+    if (std::is_same_v<Work, float> && high >> 21 != high >> 31) low = (low & ~0x7FFu) | (((low & 0x7FF) + 0x7FF) & 0x800);
+    const double lowPart = static_cast<double>(static_cast<int32_t>(low)) + (static_cast<int32_t>(low) < 0 ? 4294967296.0 : 0.0);
+    return static_cast<Work>(static_cast<double>(high) * 4294967296.0 + lowPart);
+#endif
+}
+
+// One sample as Work (float or double), as the vector forms convert it.
 template <class Work, class T>
 QX_INLINE Work convertOne(T x)
 {
     if constexpr (std::is_same_v<Work, float> && std::is_same_v<T, uint32_t>)
         return static_cast<float>(x >> 16) * 65536.0f + static_cast<float>(x & 0xFFFF);
+    else if constexpr (std::is_same_v<T, int64_t>) return fromInt64<Work>(x);
     else return static_cast<Work>(x);
 }
 

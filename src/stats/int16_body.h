@@ -22,6 +22,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "simd/convert.h"
 #include "stats/minmax.h"
 #include "stats/sums.h"
 
@@ -137,8 +138,8 @@ __attribute__((noinline)) void inOrderFrom(uint32_t k, const int16_t* first, uin
 
 inline __m256d asDoubles(const int64_t (&v)[4], double scale)
 {
-    return _mm256_setr_pd(static_cast<double>(v[0]) * scale, static_cast<double>(v[1]) * scale,
-                          static_cast<double>(v[2]) * scale, static_cast<double>(v[3]) * scale);
+    return _mm256_setr_pd(simd::fromInt64<double>(v[0]) * scale, simd::fromInt64<double>(v[1]) * scale,
+                          simd::fromInt64<double>(v[2]) * scale, simd::fromInt64<double>(v[3]) * scale);
 }
 
 }  // namespace int16body
