@@ -14,7 +14,8 @@
 // Each row is searched in two parts:
 // - The first 4 * (width / 4) pixels in groups of four, one pixel per lane.
 //   Every lane keeps its own best pixel (a later pixel wins a tie); after
-//   the row, lanes 0, 1, 2, 3 are merged into the overall best in that order. The x differences are formed as two 64-bit lanes, so lanes 1
+//   the row, lanes 0, 1, 2, 3 are merged into the overall best in that
+//   order. The x differences are formed as two 64-bit lanes, so lanes 1
 //   and 3 borrow from lanes 0 and 2: when cursorX is below (unsigned) the x
 //   of lane 0 or 2, dx of lane 1 or 3 is one lower than the true difference.
 //   dy^2 is an integer product converted to float.
@@ -90,13 +91,14 @@ QX_INLINE __m128i blendInt(__m128i keep, __m128i take, __m128 mask)
     return _mm_castps_si128(_mm_blendv_ps(_mm_castsi128_ps(keep), _mm_castsi128_ps(take), mask));
 }
 
-// All-ones in the lanes whose pixel has one of the ignored colours.
+// All-ones in the lanes whose pixel has one of the ignored colours; 0x000000
+// and 0x010000 are the words that are zero outside bit 16.
 QX_INLINE __m128i ignoredLanes(__m128i p, __m128i ignoredColour)
 {
-    __m128i ignored = _mm_cmpeq_epi32(p, ignoredColour);
-    for (const uint32_t colour : kFixedIgnored)
-        ignored = _mm_or_si128(ignored, _mm_cmpeq_epi32(p, _mm_set1_epi32(static_cast<int32_t>(colour))));
-    return ignored;
+    const __m128i blackish = _mm_and_si128(p, _mm_set1_epi32(static_cast<int32_t>(~uint32_t{0x010000})));
+    __m128i ignored = _mm_or_si128(_mm_cmpeq_epi32(p, ignoredColour), _mm_cmpeq_epi32(blackish, _mm_setzero_si128()));
+    ignored = _mm_or_si128(ignored, _mm_cmpeq_epi32(p, _mm_set1_epi32(static_cast<int32_t>(kFixedIgnored[2]))));
+    return _mm_or_si128(ignored, _mm_cmpeq_epi32(p, _mm_set1_epi32(static_cast<int32_t>(kFixedIgnored[3]))));
 }
 
 QX_INLINE bool isIgnored(uint32_t p, uint32_t ignoredColour)
@@ -108,19 +110,20 @@ QX_INLINE bool isIgnored(uint32_t p, uint32_t ignoredColour)
 
 // The lane bests of the groups of four pixels of one row. The cursor's column
 // stands in both halves of each 64-bit lane, so one 64-bit subtraction gives
-// dx of lanes 0 and 1 (2 and 3) with the borrow of the lower lane.
+// dx of lanes 0 and 1 (2 and 3) with the borrow of the lower lane. A group's
+// x lanes are formed only when it has a pixel to score, which leaves the
+// skip of background groups one register short of eight.
 LaneBests searchGroups(const uint32_t* row, int32_t groups, int32_t cursorX, int32_t dy, uint32_t ignoredColour)
 {
     LaneBests lanes;
     const __m128i background = _mm_set1_epi32(static_cast<int32_t>(ignoredColour));
     const __m128i cursor = _mm_set1_epi32(cursorX);
     const __m128 dySquared = _mm_set1_ps(static_cast<float>(wrappingSquare(dy)));
-    const __m128i four = _mm_set1_epi32(4);
-    __m128i x = _mm_setr_epi32(0, 1, 2, 3);
-    for (int32_t g = 0; g < groups; ++g, x = _mm_add_epi32(x, four)) {
+    for (int32_t g = 0; g < groups; ++g) {
         const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row) + g);
         const __m128i ignored = ignoredLanes(p, background);
         if (_mm_movemask_ps(_mm_castsi128_ps(ignored)) == 0xF) continue;
+        const __m128i x = _mm_add_epi32(_mm_set1_epi32(4 * g), _mm_setr_epi32(0, 1, 2, 3));
         const __m128 dx = _mm_cvtepi32_ps(_mm_sub_epi64(cursor, x));
         // Ignored lanes become all-ones, a NaN that no lane best accepts.
         const __m128 d = _mm_or_ps(_mm_add_ps(_mm_mul_ps(dx, dx), dySquared), _mm_castsi128_ps(ignored));
