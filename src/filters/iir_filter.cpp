@@ -6,7 +6,9 @@
 // a 16-byte aligned sections array long enough for the cascade.
 //
 // Each block keeps its history pair (x, y) beside its coefficient pair (b, a),
-// so a history move is one two-lane copy and (b*x, a*y) one two-lane multiply.
+// so a history move is one two-lane copy and (b*x, a*y) one two-lane multiply;
+// the newest pair is stored in one piece too, so that the next sample's move
+// reads it straight from the store.
 // Every section has its newest block last and passes its output on as the
 // next section's input. Two section kinds, chosen by coefficientCount:
 // - general (any other value than 3): order + 1 blocks (one when order <= 0);
@@ -58,42 +60,55 @@ QX_INLINE double limitNaNToUpper(double y)
 // adds its weighted difference to the sum at once (Bk+1 is read before it is
 // overwritten, so BN's old history reaches BN-1), then BN takes the new input.
 // The walk is unrolled by eight and keeps the oldest-first order of the sum.
-double generalSection(IIRBlock* blocks, uint32_t newest, double u, double gain)
+QX_INLINE double generalSection(IIRBlock* blocks, uint32_t newest, double u, double gain)
 {
     double acc = 0.0;
     simd::forEachInOrder<8>(newest, [&](uint32_t k) {
         acc = addInOrder(acc, firstMinusSecond(shiftAndWeigh(blocks[k], blocks[k + 1])));
     });
     IIRBlock& last = blocks[newest];
-    last.x = mulInOrder(u, gain);
-    last.y = limitKeepingNaN(addInOrder(mulInOrder(last.x, last.b), acc));
-    return last.y;
+    const double x = mulInOrder(u, gain);
+    const double y = limitKeepingNaN(addInOrder(mulInOrder(x, last.b), acc));
+    setHistory(last, _mm_setr_pd(x, y));
+    return y;
 }
 
-double secondOrderSection(IIRBlock* blocks, double u, double gain)
+QX_INLINE double secondOrderSection(IIRBlock* blocks, double u, double gain)
 {
     const __m128d weighted0 = shiftAndWeigh(blocks[0], blocks[1]);
     const __m128d weighted1 = shiftAndWeigh(blocks[1], blocks[2]);
     IIRBlock& last = blocks[2];
-    last.x = mulInOrder(u, gain);
+    const double x = mulInOrder(u, gain);
     // (b0*x0 + b1*x1, a0*y0 + a1*y1)
     const __m128d sums = addInOrder(weighted0, weighted1);
-    last.y = limitNaNToUpper(addInOrder(mulInOrder(last.b, last.x), firstMinusSecond(sums)));
-    return last.y;
+    const double y = limitNaNToUpper(addInOrder(mulInOrder(last.b, x), firstMinusSecond(sums)));
+    setHistory(last, _mm_setr_pd(x, y));
+    return y;
 }
 
-double filterThroughSections(const IIRFilter& filter, int32_t sectionCount, double u)
+// The general cascade, out of line so that the second-order one keeps the
+// export's frame small; its result comes back through memory, as a double
+// returned from a call on 32-bit builds would travel through the x87 stack.
+[[gnu::noinline]] void generalCascade(const IIRFilter& filter, int32_t sectionCount, double& u)
 {
     const double* gains = filter.gains;
     IIRBlock* blocks = filter.sections;
-    if (filter.coefficientCount == kSecondOrderBlockCount) {
-        for (int32_t s = 0; s < sectionCount; ++s, blocks += kSecondOrderBlockCount)
-            u = secondOrderSection(blocks, u, gains[s]);
-    } else {
-        const uint32_t newest = filter.order > 0 ? static_cast<uint32_t>(filter.order) : 0;
-        for (int32_t s = 0; s < sectionCount; ++s, blocks += newest + 1)
-            u = generalSection(blocks, newest, u, gains[s]);
+    const uint32_t newest = filter.order > 0 ? static_cast<uint32_t>(filter.order) : 0;
+    double v = u;
+    for (int32_t s = 0; s < sectionCount; ++s, blocks += newest + 1) v = generalSection(blocks, newest, v, gains[s]);
+    u = v;
+}
+
+QX_INLINE double filterThroughSections(const IIRFilter& filter, int32_t sectionCount, double u)
+{
+    if (filter.coefficientCount != kSecondOrderBlockCount) {
+        double y = u;
+        generalCascade(filter, sectionCount, y);
+        return y;
     }
+    const double* gains = filter.gains;
+    IIRBlock* blocks = filter.sections;
+    for (int32_t s = 0; s < sectionCount; ++s, blocks += kSecondOrderBlockCount) u = secondOrderSection(blocks, u, gains[s]);
     return u;
 }
 
