@@ -47,6 +47,24 @@ QX_INLINE void addAligned(SumLanes& lanes, typename Lanes<T>::Vec v, __m256d off
     else lanes.add(simd::widenInt16x8(v), offset);
 }
 
+// The aligned body of a double or int32_t block, out of line with its state
+// in locals, so that on 32-bit builds the minimum, maximum, both sum lanes and
+// the offsets stay in registers.
+template <class T>
+[[gnu::noinline]] void addAlignedBody(const T* first, uint32_t vectors, MinMaxVectors<T>& minMax, SumLanes& lanes,
+                                      __m256d offsets)
+{
+    MinMaxVectors<T> m = minMax;
+    SumLanes l = lanes;
+    simd::forEachInOrder<4>(vectors, [&](uint32_t k) {
+        const auto v = Lanes<T>::load(first + k * Lanes<T>::width);
+        m.fold(v);
+        addAligned<T>(l, v, offsets);
+    });
+    minMax = m;
+    lanes = l;
+}
+
 // double, int32_t and int16_t: scalar head, aligned vector body, scalar tail.
 template <class T, class Offset>
 void statsByVectorsScalarEnds(const T* samples, uint32_t count, T* minValue, T* maxValue,
@@ -63,11 +81,7 @@ void statsByVectorsScalarEnds(const T* samples, uint32_t count, T* minValue, T* 
     if constexpr (std::is_same_v<T, int16_t>) {
         addInt16Body<false>(body.first, body.vectors, nullptr, minMax, lanes, offset);
     } else {
-        simd::forEachInOrder<4>(body.vectors, [&](uint32_t k) {
-            const auto v = L::load(body.first + k * L::width);
-            minMax.fold(v);
-            addAligned<T>(lanes, v, offsets);
-        });
+        addAlignedBody(body.first, body.vectors, minMax, lanes, offsets);
     }
     lanes.addTo(sums);
     const uint32_t done = body.peel + body.vectors * L::width;
