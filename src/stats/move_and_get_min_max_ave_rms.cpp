@@ -69,16 +69,44 @@ void moveContiguous(int16_t* destination, const int16_t* source, uint32_t count,
     minMax.store(stats.minValue, stats.maxValue);
 }
 
-QX_INLINE __m128i gatherEight(const int16_t* p, std::ptrdiff_t stride)
+// Eight samples from p on, stride apart; p moves past them. Stepping one
+// pointer keeps the 32-bit build's few address registers free.
+QX_INLINE __m128i gatherEight(const int16_t*& p, std::ptrdiff_t stride)
 {
-    __m128i v = _mm_cvtsi32_si128(static_cast<uint16_t>(p[0]));
-    v = _mm_insert_epi16(v, p[stride], 1);
-    v = _mm_insert_epi16(v, p[2 * stride], 2);
-    v = _mm_insert_epi16(v, p[3 * stride], 3);
-    v = _mm_insert_epi16(v, p[4 * stride], 4);
-    v = _mm_insert_epi16(v, p[5 * stride], 5);
-    v = _mm_insert_epi16(v, p[6 * stride], 6);
-    return _mm_insert_epi16(v, p[7 * stride], 7);
+    __m128i v = _mm_cvtsi32_si128(static_cast<uint16_t>(*p));
+    v = _mm_insert_epi16(v, *(p += stride), 1);
+    v = _mm_insert_epi16(v, *(p += stride), 2);
+    v = _mm_insert_epi16(v, *(p += stride), 3);
+    v = _mm_insert_epi16(v, *(p += stride), 4);
+    v = _mm_insert_epi16(v, *(p += stride), 5);
+    v = _mm_insert_epi16(v, *(p += stride), 6);
+    v = _mm_insert_epi16(v, *(p += stride), 7);
+    p += stride;
+    return v;
+}
+
+// `groups` groups of eight samples gathered from p on and stored to the
+// aligned destination, out of line with the statistics in locals. With eight
+// vector registers (32-bit code) the minimum and maximum are taken afterwards
+// from the stored vectors, so that the sum lanes, the offset and the widened
+// samples alone fill the registers; with sixteen one pass is faster.
+[[gnu::noinline]] void gatherGroups(int16_t* destination, const int16_t* p, uint32_t groups, std::ptrdiff_t stride,
+                                    MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
+{
+    constexpr bool separateMinMax = sizeof(void*) == 4;
+    MinMaxVectors<int16_t> m = minMax;
+    SumLanes l = lanes;
+    const __m256d offsets = _mm256_set1_pd(offset);
+    simd::forEachInOrder<2>(groups, [&](uint32_t k) {
+        const __m128i v = gatherEight(p, stride);
+        _mm_store_si128(reinterpret_cast<__m128i*>(destination + k * L16::width), v);
+        if constexpr (!separateMinMax) m.fold(v);
+        l.add(simd::widenInt16x8(v), offsets);
+    });
+    if constexpr (separateMinMax)
+        for (uint32_t k = 0; k < groups; ++k) m.fold(L16::load(destination + k * L16::width));
+    minMax = m;
+    lanes = l;
 }
 
 void moveStrided(int16_t* destination, const int16_t* source, uint32_t count, std::ptrdiff_t stride,
@@ -91,15 +119,9 @@ void moveStrided(int16_t* destination, const int16_t* source, uint32_t count, st
 
     auto minMax = MinMaxVectors<int16_t>{_mm_set1_epi16(*stats.minValue), _mm_set1_epi16(*stats.maxValue)};
     SumLanes lanes;
-    const __m256d offsets = _mm256_set1_pd(stats.offset);
     const uint32_t groups = body.vectors;
-    simd::forEachInOrder<2>(groups, [&](uint32_t k) {
-        const uint32_t i = head + k * L16::width;
-        const __m128i v = gatherEight(source + static_cast<std::ptrdiff_t>(i) * stride, stride);
-        _mm_store_si128(reinterpret_cast<__m128i*>(destination + i), v);
-        minMax.fold(v);
-        lanes.add(simd::widenInt16x8(v), offsets);
-    });
+    gatherGroups(destination + head, source + static_cast<std::ptrdiff_t>(head) * stride, groups, stride, minMax, lanes,
+                 stats.offset);
     lanes.addTo(stats.sums);
     minMax.store(stats.minValue, stats.maxValue);
 
