@@ -7,11 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <xmmintrin.h>
 
 #include <climits>
 #include <cstdlib>
-#include <utility>
 
 #include "support/export_table.h"
 
@@ -19,32 +17,22 @@ using namespace qxtest;
 
 namespace {
 
-// Runs `call` under the given MXCSR and x87 control word; returns both as the
-// call left them, and restores the caller's.
-[[gnu::noinline]] std::pair<uint32_t, uint16_t> callUnder(uint32_t mxcsr, uint16_t cw, const std::function<void()>& call)
-{
-    uint32_t saved, after;
-    uint16_t savedCw, cwAfter;
-    asm volatile("vstmxcsr %0\n\tfnstcw %1" : "=m"(saved), "=m"(savedCw));
-    asm volatile("vldmxcsr %0\n\tfldcw %1" : : "m"(mxcsr), "m"(cw));
-    call();
-    asm volatile("vstmxcsr %0\n\tfnstcw %1" : "=m"(after), "=m"(cwAfter));
-    asm volatile("vldmxcsr %0\n\tfldcw %1" : : "m"(saved), "m"(savedCw));
-    return {after, cwAfter};
-}
+// The SSE control/status register and the x87 control word, read or set together.
+struct Controls {
+    uint32_t mxcsr;
+    uint16_t cw;
+    static Controls read() { Controls c; asm volatile("vstmxcsr %0\n\tfnstcw %1" : "=m"(c.mxcsr), "=m"(c.cw)); return c; }
+    void set() const { asm volatile("vldmxcsr %0\n\tfldcw %1" : : "m"(mxcsr), "m"(cw)); }
+};
 
-// QXTEST_ROUNDING=1, 2 or 3 runs the whole program rounding down, up or toward
-// zero (SSE and x87), so that every sweep compares its export with its model
-// in that mode too.
+// QXTEST_ROUNDING=1, 2 or 3 runs the whole program rounding down, up or toward zero (SSE and x87), so that
+// every sweep compares its export with its model in that mode too.
 struct RoundingFromEnvironment : ::testing::Environment {
     void SetUp() override
     {
         const uint32_t mode = std::getenv("QXTEST_ROUNDING") ? std::atoi(std::getenv("QXTEST_ROUNDING")) & 3 : 0;
-        uint16_t cw;
-        asm volatile("fnstcw %0" : "=m"(cw));
-        cw = static_cast<uint16_t>((cw & ~0x0C00u) | mode << 10);
-        asm volatile("fldcw %0" : : "m"(cw));
-        _mm_setcsr((_mm_getcsr() & ~0x6000u) | mode << 13);
+        const Controls c = Controls::read();
+        Controls{(c.mxcsr & ~0x6000u) | mode << 13, static_cast<uint16_t>((c.cw & ~0x0C00u) | mode << 10)}.set();
     }
 };
 [[maybe_unused]] const auto* const kRounding = ::testing::AddGlobalTestEnvironment(new RoundingFromEnvironment);
@@ -55,24 +43,23 @@ TEST(FloatingPointEnvironment, EveryExportKeepsTheCallersControlSettings)
     for (const ExportRow& row : exportTable())
         for (uint32_t mode = 0; mode < 4; ++mode)
             for (const auto& [ftzDaz, unmasked] : {std::pair{0u, 0u}, {0x8040u, 0u}, {0u, 0x0300u}, {0x8040u, 0x0300u}}) {
-                // SSE: rounding `mode`, flush-to-zero and denormals-are-zero
-                // or not, denormal and divide-by-zero exceptions unmasked or
-                // not; x87: 53-bit precision, rounding `mode`.
-                const uint32_t mxcsr = ((0x1F80u | mode << 13 | ftzDaz) & ~unmasked);
-                const auto cw = static_cast<uint16_t>(0x027F | mode << 10);
+                // SSE: rounding `mode`, flush-to-zero and denormals-are-zero or not, denormal and divide-by-zero
+                // exceptions unmasked or not; x87: 53-bit precision, rounding `mode`.
+                const Controls caller{(0x1F80u | mode << 13 | ftzDaz) & ~unmasked, static_cast<uint16_t>(0x027F | mode << 10)};
                 Scratch s;
-                const Invocation inv = row.call(s);
                 unsigned char returned[8];
-                const auto [mxcsrAfter, cwAfter] = callUnder(mxcsr, cw, [&] { inv.direct(returned); });
-                EXPECT_EQ(mxcsrAfter & ~0x3Fu, mxcsr) << row.name << " changed MXCSR beyond its sticky flags";
-                EXPECT_EQ(cwAfter, cw) << row.name << " changed the x87 control word";
+                const Invocation inv = row.call(s);
+                const Controls saved = Controls::read();
+                caller.set(), inv.direct(returned);
+                const Controls after = Controls::read();
+                saved.set();
+                EXPECT_EQ(after.mxcsr & ~0x3Fu, caller.mxcsr) << row.name << " changed MXCSR beyond its sticky flags";
+                EXPECT_EQ(after.cw, caller.cw) << row.name << " changed the x87 control word";
             }
 }
 
-// (The interpolator's refusals and the channel records' codes and counts have
-// their own suites and fuzzers.) An IIR cascade of fewer than one section
-// passes the sample through and reads nothing else; a cursor search over no
-// rows, or rows of no pixels, reads no pixel and keeps its outputs.
+// An IIR cascade of fewer than one section passes the sample through and reads nothing else; a cursor search
+// over no rows, or rows of no pixels, reads no pixel and keeps its outputs. (The interpolator and channels: own suites.)
 TEST(RefusedInput, ReadsAndWritesNothing)
 {
     for (const int32_t sections : {0, -1, INT32_MIN}) {
@@ -97,10 +84,7 @@ TEST(StdcallAbi, EveryExportPopsItsArgumentsAtAnyStackAlignment)
 {
     for (const ExportRow& row : exportTable()) {
         void* function = dlsym(RTLD_DEFAULT, row.name);
-        if (!function) {
-            ADD_FAILURE() << row.name << " is not exported";
-            continue;
-        }
+        ASSERT_NE(function, nullptr) << row.name << " is not exported";
         for (uint32_t misalign = 0; misalign < 16; misalign += 4) {
             Scratch scratch;
             const Invocation inv = row.call(scratch);

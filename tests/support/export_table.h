@@ -1,10 +1,8 @@
-// Every export called once with small valid arguments pointing into a
-// Scratch record: the 32-bit words a __stdcall host pushes for the call, and
-// the same call made by the compiler. The argument sizes are the host's table.
+// Every export called once with small valid arguments pointing into a Scratch record: the 32-bit words a
+// __stdcall host pushes for the call, and the same call made by the compiler.
 #pragma once
 
 #include <bit>
-#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <type_traits>
@@ -16,8 +14,8 @@ namespace qxtest {
 
 enum class Result : uint32_t { Integer = 0, Float = 1, Double = 2 };
 
-// One argument as the host pushes it: a pointer or 32-bit integer in one
-// word, a float in one, a double or 64-bit integer in two (low word first).
+// One argument as the host pushes it: a pointer or 32-bit integer in one word, a float in one, a double or
+// 64-bit integer in two (low word first).
 struct Arg {
     std::vector<uint32_t> w;
     Arg(const void* p) : w{static_cast<uint32_t>(reinterpret_cast<uintptr_t>(p))} {}
@@ -27,11 +25,8 @@ struct Arg {
     Arg(double v) : Arg(std::bit_cast<uint64_t>(v)) {}
 };
 
-struct Invocation {
-    std::vector<uint32_t> words;
-    Result result;
-    std::function<void(unsigned char* returned)> direct;  // stores a float, double or status result
-};
+// The words, what comes back, and the call made directly (storing a float, double or status result).
+struct Invocation { std::vector<uint32_t> words; Result result; std::function<void(unsigned char* returned)> direct; };
 
 template <class F, class... A>
 Invocation invoke(F fn, A... a)
@@ -40,17 +35,14 @@ Invocation invoke(F fn, A... a)
     Invocation inv{{}, std::is_same_v<R, float> ? Result::Float : std::is_same_v<R, double> ? Result::Double : Result::Integer, nullptr};
     for (const Arg& arg : {Arg(a)...}) inv.words.insert(inv.words.end(), arg.w.begin(), arg.w.end());
     inv.direct = [=](unsigned char* returned) {
-        if constexpr (!std::is_arithmetic_v<R>) fn(a...);
-        else {
-            const R r = fn(a...);
-            std::memcpy(returned, &r, sizeof r);
-        }
+        if constexpr (std::is_arithmetic_v<R>) { const R r = fn(a...); std::memcpy(returned, &r, sizeof r); }
+        else fn(a...);
     };
     return inv;
 }
 
-// Buffers every call may point into; counts are chosen so that each call is
-// valid and small. The members before `iir` hold no pointers.
+// Buffers every call may point into; counts are chosen so that each call is valid and small. The members
+// before `iir` hold no pointers.
 struct Scratch {
     alignas(32) double d[64] = {};
     alignas(32) float f[64] = {};
@@ -63,16 +55,11 @@ struct Scratch {
     ChannelScaleParams_double channelDouble = {};
     ChannelScaleParams_float channelFloat = {};
     GraphMapping graph = {};
-    CHSInterpolatorParams chsParams = {48000.0, 44100.0, 64};
     CHSInterpolator* handle = nullptr;
     float* output = nullptr;
 };
 
-struct ExportRow {
-    const char* name;
-    uint32_t argBytes;
-    std::function<Invocation(Scratch&)> call;
-};
+struct ExportRow { const char* name; uint32_t argBytes; std::function<Invocation(Scratch&)> call; };  // bytes: the host's table
 
 inline std::vector<ExportRow> exportTable()
 {
@@ -115,8 +102,7 @@ inline std::vector<ExportRow> exportTable()
              s.graph = {};
              s.graph.pointsLeft = 1, s.graph.right = s.graph.bottom = 100, s.graph.xMax = s.graph.yMax = s.graph.yScale = 1.0;
              s.graph.ySamples = s.d, s.graph.xPixelsOut = s.i32, s.graph.yPixelsOut = &s.i32[4], s.graph.pointCountOut = s.u32;
-             return invoke(qxcalcGetXYValGraph2D, &s.graph);
-         }},
+             return invoke(qxcalcGetXYValGraph2D, &s.graph); }},
         {"qxcalcFindCursorXY", 40, [](Scratch& s) { return invoke(qxcalcFindCursorXY, &s.u32[4], 16u, 4u, 2u, 1u, 1u, &s.u32[40], &s.i32[40], &s.i32[41], 0u); }},
         {"qxcalcCHSInterpolator_Create", 8, [](Scratch& s) { return invoke(qxcalcCHSInterpolator_Create, &s.handle, nullptr); }},
         {"qxcalcCHSInterpolator_Destroy", 4, [](Scratch&) { return invoke(qxcalcCHSInterpolator_Destroy, nullptr); }},
