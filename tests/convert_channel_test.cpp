@@ -7,6 +7,7 @@
 #include <random>
 
 #include "qxcalc.h"
+#include "support/channel_model.h"
 #include "support/lane_model.h"
 #include "support/sweep.h"
 
@@ -22,17 +23,6 @@ void scaleChannel(const void* raw, Out* out, int32_t count, Out scale, Out offse
     const std::conditional_t<sizeof(Out) == 4, ChannelScaleParams_float, ChannelScaleParams_double> p{raw, out, scale, offset, count, code};
     if constexpr (sizeof(Out) == 4) (aligned ? qxcalcChannelGetScaledValuesAtPos_float_aligned_output : qxcalcChannelGetScaledValuesAtPos_float)(&p);
     else (aligned ? qxcalcChannelGetScaledValuesAtPos_double_aligned_output : qxcalcChannelGetScaledValuesAtPos_double)(&p);
-}
-
-// The rule for one sample: integers rounded once to the output precision
-// (long double holds every one exactly), times scale, plus offset; double
-// samples into float are scaled in double and only the sum is rounded.
-template <class Out, class Raw>
-Out scaledValue(Raw x, Out scale, Out offset)
-{
-    if constexpr (std::is_same_v<Raw, double>) return static_cast<Out>(addX86(mulX86(x, double{scale}), double{offset}));
-    else if constexpr (std::is_integral_v<Raw>) return addX86(mulX86(static_cast<Out>(static_cast<long double>(x)), scale), offset);
-    else return addX86(mulX86(static_cast<Out>(x), scale), offset);
 }
 
 // int64 samples of either sign a hair off the float ties of every magnitude, where rounding through double first would round the other way.
