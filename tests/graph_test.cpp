@@ -34,7 +34,8 @@ void mapPointModel(const GraphMapping& m, uint32_t k)
     const double u = position(m.xAxisType, x, m.xMin, m.xMax, m.xLogMin, m.xLogMax, limit(x));
     const double v = position(m.yAxisType, y, m.yMin, m.yMax, m.yLogMin, m.yLogMax, !four && m.yMax - m.yMin == 0 ? 0.0 : limit(along(db, m.yMin, m.yMax, m.yMin)));
     const auto pixel = [four](int32_t from, int32_t span, double t, int sign) {  // one point: + 0.5 truncated to int32 (INT32_MIN out of range), the sum wraps
-        if (four) return static_cast<int32_t>(std::clamp(from + sign * std::nearbyint(span * t), -32768.0, 32767.0));
+        const double r = span * t, low = std::floor(r);  // four points: half to even whatever the rounding mode
+        if (four) return static_cast<int32_t>(std::clamp(from + sign * (r - low > 0.5 || (r - low == 0.5 && std::fmod(low, 2.0) != 0) ? low + 1 : low), -32768.0, 32767.0));
         const double up = span * t + 0.5;
         return std::clamp(static_cast<int32_t>(from + sign * static_cast<uint32_t>(std::fabs(up) < 0x1p31 ? static_cast<int32_t>(up) : INT32_MIN)), -32768, 32767);
     };
