@@ -72,7 +72,7 @@ TEST(CAFilter, MatchesTheModelForEveryTypeCountStrideStartAndFence)
     sweepFilter(qxcalcCACalcFilter_float, 0.0f), sweepFilter(qxcalcCACalcFilter_int16_t, int16_t{}), sweepFilter(qxcalcCACalcFilter_int32_t, 0);
     alignas(16) float samples[8] = {1, 1, 1, 1, 1e30f, 1, 1, 1};  // from samples + 1 the head zeroes samples[4]
     const float coefficients[7] = {1, 1, 1, 1e30f, 1, 1, 1}, sum = qxcalcCACalcFilter_float(samples + 7, 7, coefficients, 1);
-    EXPECT_GT(sum, 1e30f);  // overflows: +inf, or the largest float when rounding down; NaN had inf * 0 happened
+    EXPECT_TRUE(std::isinf(sum) && sum > 0);
 }
 
 TEST(CAAverage, BothFormsMatchTheirModelsAcrossTheHandOff)

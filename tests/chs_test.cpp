@@ -1,13 +1,11 @@
-// qxcalcCHSInterpolator_*: random call sequences (feeds, Stop, Reset and
-// refused calls) against the interpolator's model, compared status by status
-// and bit by bit; then the status paths the sequences do not reach.
+// The CHS interpolator: random call sequences against the model, status by
+// status and bit by bit, then the status paths the sequences do not reach.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <vector>
@@ -31,25 +29,20 @@ Handle create(double inputRate, double outputRate, uint32_t length)
     return Handle(h, &qxcalcCHSInterpolator_Destroy);
 }
 
-// Outputs preset to sentinels, so that untouched outputs show.
+// A call's outputs, preset to sentinels so that untouched outputs show.
 float gSentinelSample;
-constexpr uint32_t kSentinelCount = 0xA5A5A5A5u;
 struct Result {
     QxcalcStatus status;
     float* output = &gSentinelSample;
-    uint32_t count = kSentinelCount;
-    bool untouched() const { return output == &gSentinelSample && count == kSentinelCount; }
+    uint32_t count = 0xA5A5A5A5u;
+    bool untouched() const { return output == &gSentinelSample && count == 0xA5A5A5A5u; }
 };
-Result feed(CHSInterpolator* h, const float* samples, uint32_t count)
+// InterpolateValues with `count` samples, or Stop without samples.
+Result call(CHSInterpolator* h, const float* samples = nullptr, uint32_t count = 0)
 {
     Result r;
-    r.status = qxcalcCHSInterpolator_InterpolateValues(h, samples, count, &r.output, &r.count);
-    return r;
-}
-Result stop(CHSInterpolator* h)
-{
-    Result r;
-    r.status = qxcalcCHSInterpolator_Stop(h, &r.output, &r.count);
+    r.status = samples ? qxcalcCHSInterpolator_InterpolateValues(h, samples, count, &r.output, &r.count)
+                       : qxcalcCHSInterpolator_Stop(h, &r.output, &r.count);
     return r;
 }
 
@@ -66,61 +59,48 @@ Result stop(CHSInterpolator* h)
     return difference.empty() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << difference;
 }
 
-// Plain samples within +-1e6; wild streams also carry NaNs (quiet and
-// signalling, either sign), infinities, signed zeros and arbitrary bit
-// patterns. Handed over as bits: a float returned through x87 on i386 would
-// arrive with its signalling NaNs quieted.
+// Plain samples within +-1e6; wild ones also NaNs (quiet and signalling, either sign), infinities, signed zeros
+// and any bits. Handed over as bits: a float returned through x87 on i386 would lose its signalling NaNs.
 uint32_t randomSampleBits(std::mt19937& rng, bool wild)
 {
-    if (wild && rng() % 8 == 0) {
-        static constexpr uint32_t kSpecials[] = {0x7FC00001, 0xFFC00123, 0x7F800005, 0xFF800777,
-                                                 0x7F800000, 0xFF800000, 0x00000000, 0x80000000};
-        return rng() % 2 ? static_cast<uint32_t>(rng()) : kSpecials[rng() % 8];
-    }
+    static constexpr uint32_t kSpecials[] = {0x7FC00001, 0xFFC00123, 0x7F800005, 0xFF800777,
+                                             0x7F800000, 0xFF800000, 0x00000000, 0x80000000};
+    if (wild && rng() % 8 == 0) return rng() % 2 ? static_cast<uint32_t>(rng()) : kSpecials[rng() % 8];
     return bitsOf(static_cast<float>(std::uniform_real_distribution<double>(-1e6, 1e6)(rng)));
 }
 
-struct Plan {
-    double inputRate, outputRate;
-    uint32_t length;
-    uint64_t samples;  // fed in total
-    bool controls;     // interleave Stop, Reset and refused calls
-    bool wild;
-};
-
-void runAgainstModel(const Plan& plan, uint32_t seed)
+// Feeds `samples` in total; `controls` interleaves Stop, Reset and refused calls.
+void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, bool controls, bool wild, uint32_t seed)
 {
-    SCOPED_TRACE(::testing::Message() << "rates " << plan.inputRate << " -> " << plan.outputRate << ", ring "
-                                      << plan.length << ", seed " << seed);
-    Handle lib = create(plan.inputRate, plan.outputRate, plan.length);
-    chs::Model model(plan.inputRate, plan.outputRate, plan.length);
+    SCOPED_TRACE(::testing::Message() << "rates " << in << " -> " << out << ", ring " << length << ", seed " << seed);
+    Handle lib = create(in, out, length);
+    chs::Model model(in, out, length);
     std::mt19937 rng(seed);
-    std::vector<float> block(plan.length), want;
+    std::vector<float> block(length), want;
     float* buffer = nullptr;
-    const uint32_t maxBlock = plan.length - 2;
+    const uint32_t maxBlock = length - 2;
     bool delivered = true;
-    for (uint64_t fed = 0, call = 0; fed < plan.samples; ++call) {
+    for (uint64_t fed = 0, step = 0; fed < samples; ++step) {
         const uint32_t roll = rng() % 1000;
-        if (plan.controls && roll < 4) {
-            const Result got = stop(lib.get());
+        if (controls && roll < 4) {
+            const Result got = call(lib.get());
             const QxcalcStatus status = model.stop(want, delivered);
-            ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "Stop, call " << call;
-        } else if (plan.controls && (roll < 8 || (model.stopped() && roll < 300))) {
+            ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "Stop, call " << step;
+        } else if (controls && (roll < 8 || (model.stopped() && roll < 300))) {
             ASSERT_EQ(qxcalcCHSInterpolator_Reset(lib.get()), StatusOk);
             model.reset();
         } else {
             uint32_t count = 1 + rng() % (rng() % 4 ? maxBlock : std::min(maxBlock, 3u));
-            if (plan.controls && roll < 12) count = roll % 2 ? 0 : maxBlock + 1 + rng() % 3;
-            for (uint32_t k = 0; k < count && k < block.size(); ++k) block[k] = std::bit_cast<float>(randomSampleBits(rng, plan.wild));
-            const Result got = feed(lib.get(), block.data(), count);
+            if (controls && roll < 12) count = roll % 2 ? 0 : maxBlock + 1 + rng() % 3;
+            for (uint32_t k = 0; k < count && k < block.size(); ++k) block[k] = std::bit_cast<float>(randomSampleBits(rng, wild));
+            const Result got = call(lib.get(), block.data(), count);
             const QxcalcStatus status = model.feed(block.data(), count, want);
-            ASSERT_TRUE(agrees(got, status, true, want, buffer)) << "InterpolateValues(" << count << "), call " << call;
+            ASSERT_TRUE(agrees(got, status, true, want, buffer)) << "InterpolateValues(" << count << "), call " << step;
             if (status == StatusOk) fed += count;
         }
     }
-    const Result got = stop(lib.get());
     const QxcalcStatus status = model.stop(want, delivered);
-    ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "final Stop";
+    ASSERT_TRUE(agrees(call(lib.get()), status, delivered, want, buffer)) << "final Stop";
     EXPECT_FALSE(model.exceededCapacity()) << "a call produced more than the output buffer's capacity + 1";
 }
 
@@ -134,11 +114,11 @@ TEST(CHSInterpolator, RandomCallSequencesMatchTheModel)
     uint32_t seed = 1;
     for (const auto& [in, out] : kRates)
         for (const uint32_t length : {4u, 8u, 16u, 64u, 1024u})
-            for (const bool wild : {false, true}) runAgainstModel({in, out, length, 60000, true, wild}, seed++);
+            for (const bool wild : {false, true}) runAgainstModel(in, out, length, 60000, true, wild, seed++);
     std::mt19937 rng(99);  // random rate pairs within 1/7 .. 11
     for (int k = 0; k < 100; ++k) {
         const double in = 1000 + rng() % 100000, out = in * (1.0 / 7 + (rng() % 10000) * (11 - 1.0 / 7) / 10000);
-        runAgainstModel({in, std::round(out), 4u << rng() % 8, 20000, true, k % 2 == 1}, seed++);
+        runAgainstModel(in, std::round(out), 4u << rng() % 8, 20000, true, k % 2 == 1, seed++);
     }
 }
 
@@ -146,8 +126,8 @@ TEST(CHSInterpolator, MillionSampleStreamsWrapTheRingManyTimes)
 {
     uint32_t seed = 500;
     for (const auto& [in, out] : {std::array<double, 2>{10, 27}, {7, 1}, {1, 11}, {44100, 48000}})
-        runAgainstModel({in, out, 65536, 1100000, false, false}, seed++);
-    runAgainstModel({10, 3, 4, 1000000, false, true}, seed++);
+        runAgainstModel(in, out, 65536, 1100000, false, false, seed++);
+    runAgainstModel(10, 3, 4, 1000000, false, true, seed++);
 }
 
 TEST(CHSInterpolator, CreateChecksParamsRatesAndRingLengthInOrder)
@@ -176,37 +156,35 @@ TEST(CHSInterpolator, CreateChecksParamsRatesAndRingLengthInOrder)
     EXPECT_EQ(status(1, 1, 2), StatusOk);
 }
 
-// What the random sequences do not reach: null handles, a bad count on a
-// stopped object (the count is checked first), and a ring of 2, which takes no
-// block at all and whose Stop only marks it stopped.
+// What the sequences do not reach: null handles, a bad count on a stopped object (the count is checked first),
+// and a ring of 2, which takes no block at all and whose Stop only marks it stopped.
 TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
 {
     const float samples[8] = {1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(qxcalcCHSInterpolator_Destroy(nullptr), StatusInvalidArgument);
     EXPECT_EQ(qxcalcCHSInterpolator_Reset(nullptr), StatusInvalidArgument);
-    EXPECT_EQ(stop(nullptr).status, StatusInvalidArgument);
-    EXPECT_EQ(feed(nullptr, samples, 1).status, StatusInvalidArgument);
+    EXPECT_EQ(call(nullptr).status, StatusInvalidArgument);
+    EXPECT_EQ(call(nullptr, samples, 1).status, StatusInvalidArgument);
     Handle h = create(1, 1, 8);
-    EXPECT_EQ(stop(h.get()).status, StatusOk);
+    EXPECT_EQ(call(h.get()).status, StatusOk);
     for (const auto& [count, status] : {std::pair{7u, StatusTooManyValues}, {0u, StatusInvalidArgument}, {1u, StatusStopped}}) {
-        const Result r = feed(h.get(), samples, count);
+        const Result r = call(h.get(), samples, count);
         EXPECT_TRUE(r.status == status && r.untouched()) << count;
     }
     Handle two = create(1, 1, 2);
-    EXPECT_EQ(feed(two.get(), samples, 1).status, StatusTooManyValues);
-    const Result r = stop(two.get());
+    EXPECT_EQ(call(two.get(), samples, 1).status, StatusTooManyValues);
+    const Result r = call(two.get());
     EXPECT_TRUE(r.status == StatusOk && r.untouched());
-    EXPECT_EQ(stop(two.get()).status, StatusStopped);
+    EXPECT_EQ(call(two.get()).status, StatusStopped);
 }
 
-// Run under valgrind by ctest: create, feed, stop, reset and destroy cycles,
-// including ratios whose calls fill the output buffer's extra element.
+// Run under valgrind by ctest; includes ratios whose calls fill the output buffer's extra element.
 TEST(CHSInterpolatorLifecycle, ShortStreamsOverEveryKindOfRing)
 {
     uint32_t seed = 900;
     for (const auto& [in, out, length] : {std::array<double, 3>{7, 1, 4}, {5, 1, 8}, {10, 3, 4}, {1, 11, 4},
                                           {10, 27, 64}, {44100, 48000, 256}})
-        runAgainstModel({in, out, static_cast<uint32_t>(length), 400, true, true}, seed++);
+        runAgainstModel(in, out, static_cast<uint32_t>(length), 400, true, true, seed++);
 }
 
 }  // namespace

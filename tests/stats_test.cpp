@@ -1,6 +1,4 @@
-// Block statistics: every export swept against the scalar models (every
-// count near the lane thresholds, every start offset, both fences, plain and
-// special data), then the behaviours a host relies on, stated plainly.
+// Block statistics: every export swept against the models, then what the sweeps cannot reach.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -15,64 +13,55 @@ using namespace qxtest;
 
 namespace {
 
-template <class T>
-void callMinMax(const T* p, uint32_t n, T* lo, T* hi)
-{
-    if constexpr (std::is_same_v<T, float>) qxcalcGetMinMax_float(p, n, lo, hi);
-    else if constexpr (std::is_same_v<T, double>) qxcalcGetMinMax_double(p, n, lo, hi);
-    else if constexpr (std::is_same_v<T, int16_t>) qxcalcGetMinMax_int16_t(p, n, lo, hi);
-    else qxcalcGetMinMax_int32_t(p, n, lo, hi);
-}
+constexpr auto api(float) { return std::pair{&qxcalcGetMinMax_float, &qxcalcGetMinMaxAveRMS_float}; }
+constexpr auto api(double) { return std::pair{&qxcalcGetMinMax_double, &qxcalcGetMinMaxAveRMS_double}; }
+constexpr auto api(int16_t) { return std::pair{&qxcalcGetMinMax_int16_t, &qxcalcGetMinMaxAveRMS_int16_t}; }
+constexpr auto api(int32_t) { return std::pair{&qxcalcGetMinMax_int32_t, &qxcalcGetMinMaxAveRMS_int32_t}; }
 
+// The call's buffers followed by the running state (min, max, sum, squares), which f sees as a StatsState.
 template <class T>
-void callStats(const T* p, uint32_t n, StatsState<T>& s, OffsetOf<T> offset)
+std::vector<BlockSpec> withState(std::vector<BlockSpec> b)
 {
-    if constexpr (std::is_same_v<T, float>) qxcalcGetMinMaxAveRMS_float(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
-    else if constexpr (std::is_same_v<T, double>) qxcalcGetMinMaxAveRMS_double(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
-    else if constexpr (std::is_same_v<T, int16_t>) qxcalcGetMinMaxAveRMS_int16_t(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
-    else qxcalcGetMinMaxAveRMS_int32_t(p, n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+    b.insert(b.end(), {scalar<T>("min", Role::InOut, T(-5)), scalar<T>("max", Role::InOut, T(5)),
+                       scalar<double>("sum", Role::InOut, 1234.5), scalar<double>("squares", Role::InOut, 0.25)});
+    return b;
 }
-
-// The running state as four scalar buffers after the samples: lo, hi, sum, squares.
-template <class T>
-std::vector<BlockSpec> stateBlocks()
+template <class T, class F>
+std::function<void(const Blocks&, uint32_t)> onState(std::size_t first, F f)
 {
-    return {scalar<T>("min", Role::InOut, T(-5)), scalar<T>("max", Role::InOut, T(5)),
-            scalar<double>("sum", Role::InOut, 1234.5), scalar<double>("squares", Role::InOut, 0.25)};
-}
-template <class T>
-StatsState<T> stateOf(const Blocks& b, std::size_t first)
-{
-    return {*b.at<T>(first), *b.at<T>(first + 1), *b.at<double>(first + 2), *b.at<double>(first + 3)};
-}
-template <class T>
-void storeState(const Blocks& b, std::size_t first, const StatsState<T>& s)
-{
-    *b.at<T>(first) = s.lo, *b.at<T>(first + 1) = s.hi, *b.at<double>(first + 2) = s.sum, *b.at<double>(first + 3) = s.squares;
+    return [=](const Blocks& b, uint32_t n) {
+        StatsState<T> s{*b.at<T>(first), *b.at<T>(first + 1), *b.at<double>(first + 2), *b.at<double>(first + 3)};
+        f(b, n, s);
+        *b.at<T>(first) = s.lo, *b.at<T>(first + 1) = s.hi;
+        *b.at<double>(first + 2) = s.sum, *b.at<double>(first + 3) = s.squares;
+    };
 }
 
 template <class T>
 class StatsTest : public ::testing::Test {};
 using SampleTypes = ::testing::Types<float, double, int16_t, int32_t>;
 TYPED_TEST_SUITE(StatsTest, SampleTypes);
+template <class T>
+class StatsFloating : public ::testing::Test {};
+using FloatingTypes = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(StatsFloating, FloatingTypes);
 
 TYPED_TEST(StatsTest, MinMaxMatchesTheModelForEveryCountStartAndFence)
 {
     using T = TypeParam;
     constexpr uint32_t L = StatsGeometry<T>::lanes;
     sweep({"GetMinMax", {block<T>("samples", Role::In), scalar<T>("min", Role::Out, T(77)), scalar<T>("max", Role::Out, T(77))},
-           [](const Blocks& b, uint32_t n) { callMinMax(b.at<T>(0), n, b.at<T>(1), b.at<T>(2)); },
+           [](const Blocks& b, uint32_t n) { api(T()).first(b.at<T>(0), n, b.at<T>(1), b.at<T>(2)); },
            [](const Blocks& b, uint32_t n) {
-               MinMax<T> m{b.at<T>(0)[0], b.at<T>(0)[0]};
-               if (n >= L) m = vectorMinMax(b.at<T>(0), n);
-               else runningMinMax(b.at<T>(0) + 1, n - 1, m);
-               *b.at<T>(1) = m.lo, *b.at<T>(2) = m.hi;
+               T* const p = b.at<T>(0);
+               if (n >= L) return vectorMinMax(p, n, *b.at<T>(1), *b.at<T>(2));
+               *b.at<T>(1) = *b.at<T>(2) = p[0];
+               runningMinMax(p + 1, n - 1, *b.at<T>(1), *b.at<T>(2));
            },
            countsAround({L}, 1)});
 }
 
-// -0.3 is not exact in binary and shows the offset's precision; for int16_t
-// the others are the whole quarters (exact squares) and a near miss.
+// -0.3 is inexact and shows the offset's precision; int16_t adds whole quarters (exact squares) and a near miss.
 template <class T>
 std::vector<OffsetOf<T>> offsetsFor()
 {
@@ -83,25 +72,18 @@ std::vector<OffsetOf<T>> offsetsFor()
 TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
 {
     using T = TypeParam;
-    std::vector<BlockSpec> blocks = stateBlocks<T>();
-    blocks.insert(blocks.begin(), block<T>("samples", Role::In));
     for (const auto offset : offsetsFor<T>())
-        sweep({"GetMinMaxAveRMS offset " + std::to_string(offset), blocks,
-               [=](const Blocks& b, uint32_t n) {
-                   StatsState<T> s = stateOf<T>(b, 1);
-                   callStats(b.at<T>(0), n, s, offset);
-                   storeState(b, 1, s);
-               },
-               [=](const Blocks& b, uint32_t n) {
-                   StatsState<T> s = stateOf<T>(b, 1);
+        sweep({"GetMinMaxAveRMS offset " + std::to_string(offset), withState<T>({block<T>("samples", Role::In)}),
+               onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
+                   api(T()).second(b.at<T>(0), n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+               }),
+               onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
                    modelMinMaxAveRms(b.at<T>(0), n, offset, s);
-                   storeState(b, 1, s);
-               },
+               }),
                countsAround({StatsGeometry<T>::lanes})});
 }
 
-// Lowest and highest source index the move may read: the contiguous path
-// reads forward for every stride up to 1.
+// Lowest and highest source index the move may read: the contiguous path reads forward for strides up to 1.
 std::pair<ptrdiff_t, ptrdiff_t> sourceReach(uint32_t n, int32_t stride)
 {
     if (n == 0) return {0, -1};
@@ -114,54 +96,45 @@ TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
 {
     for (int32_t stride = -3; stride <= 9; ++stride)
         for (const float offset : stride == 1 ? offsetsFor<int16_t>() : std::vector<float>{-0.3f}) {
-            std::vector<BlockSpec> blocks = stateBlocks<int16_t>();
-            blocks.insert(blocks.begin(), {block<int16_t>("source", Role::In, 2, [=](uint32_t n) {
-                                               const auto [low, high] = sourceReach(n, stride);
-                                               return static_cast<std::size_t>(high - low + 1);
-                                           }),
-                                           block<int16_t>("destination", Role::Out)});
+            const auto reach = [=](uint32_t n) {
+                const auto [low, high] = sourceReach(n, stride);
+                return static_cast<std::size_t>(high - low + 1);
+            };
+            const auto blocks = withState<int16_t>(
+                {block<int16_t>("source", Role::In, 2, reach), block<int16_t>("destination", Role::Out)});
             const auto source = [=](const Blocks& b, uint32_t n) { return b.at<int16_t>(0) - sourceReach(n, stride).first; };
             sweep({"MoveAndGetMinMaxAveRMS stride " + std::to_string(stride) + " offset " + std::to_string(offset), blocks,
-                   [=](const Blocks& b, uint32_t n) {
-                       StatsState<int16_t> s = stateOf<int16_t>(b, 2);
+                   onState<int16_t>(2, [=](const Blocks& b, uint32_t n, auto& s) {
                        qxcalcMoveAndGetMinMaxAveRMS_int16_t(b.at<int16_t>(1), source(b, n), n, &s.lo, &s.hi, &s.sum,
                                                             &s.squares, offset, stride);
-                       storeState(b, 2, s);
-                   },
-                   [=](const Blocks& b, uint32_t n) {
-                       StatsState<int16_t> s = stateOf<int16_t>(b, 2);
+                   }),
+                   onState<int16_t>(2, [=](const Blocks& b, uint32_t n, auto& s) {
                        modelMove(b.at<int16_t>(1), source(b, n), n, s, offset, stride);
-                       storeState(b, 2, s);
-                   },
+                   }),
                    countsAround({8}, 0, stride == 1 ? 300 : 80, {1000, 4099}), {DataSet::Specials}});
         }
 }
 
-// The rules a host sees directly, independent of the models.
-// Negative-zero samples into a negative-zero sum: one at a time keeps -0;
-// the vector lanes start at +0 and +0 + -0 is +0.
-TYPED_TEST(StatsTest, NegativeZeroSumsFollowThePath)
+// Negative zeros into a negative-zero sum: one at a time keeps -0; the lanes start at +0, and +0 + -0 is +0.
+TYPED_TEST(StatsFloating, NegativeZeroSumsFollowThePath)
 {
     using T = TypeParam;
-    if constexpr (std::is_floating_point_v<T>) {
-        constexpr uint32_t L = StatsGeometry<T>::lanes;
-        alignas(32) T v[2 * L];
-        std::fill(v, v + 2 * L, -T(0));
-        for (const uint32_t n : {L - 1, L, 2 * L - 1}) {
-            StatsState<T> s{T(0), T(0), -0.0, -0.0};
-            callStats(v, n, s, -OffsetOf<T>(0));
-            EXPECT_EQ(std::signbit(s.sum), n < L) << n;
-            EXPECT_FALSE(std::signbit(s.squares)) << n;
-        }
+    constexpr uint32_t L = StatsGeometry<T>::lanes;
+    alignas(32) T v[2 * L];
+    std::fill(v, v + 2 * L, -T(0));
+    for (const uint32_t n : {L - 1, L, 2 * L - 1}) {
+        StatsState<T> s{T(0), T(0), -0.0, -0.0};
+        api(T()).second(v, n, &s.lo, &s.hi, &s.sum, &s.squares, -OffsetOf<T>(0));
+        EXPECT_EQ(std::signbit(s.sum), n < L) << n;
+        EXPECT_FALSE(std::signbit(s.squares)) << n;
     }
 }
 
-// Long floating blocks whose result hangs on the order of the lanes: a NaN,
-// an infinity or zeros of both signs at the block's edges, on vector
-// boundaries and inside the body.
-template <class T>
-void checkOrderSensitiveMinMax()
+// A NaN, an infinity or zeros of both signs at a long block's edges, on vector boundaries and inside the body:
+// the result hangs on the order of the lanes.
+TYPED_TEST(StatsFloating, NaNsInfinitiesAndZerosAnywhereInALongBlockKeepTheOrderedResult)
 {
+    using T = TypeParam;
     constexpr uint32_t n = 203, L = StatsGeometry<T>::lanes;
     alignas(32) T v[n + 1];
     const T specials[] = {nanWithPayload<T>(3), std::numeric_limits<T>::infinity(), -std::numeric_limits<T>::infinity(), T(0), -T(0)};
@@ -170,22 +143,16 @@ void checkOrderSensitiveMinMax()
             for (const T special : specials) {
                 for (uint32_t i = 0; i <= n; ++i) v[i] = T(1 + i * 7 % 50);
                 v[1 + p] = special, v[1 + q] = -special;  // 1 + : an unaligned start
-                T lo, hi;
-                callMinMax(v + 1, n, &lo, &hi);
-                const MinMax<T> want = vectorMinMax(v + 1, n);
-                ASSERT_TRUE(bitsOf(lo) == bitsOf(want.lo) && bitsOf(hi) == bitsOf(want.hi)) << p << " " << q << " " << special;
+                T lo, hi, wantLo, wantHi;
+                api(T()).first(v + 1, n, &lo, &hi);
+                vectorMinMax(v + 1, n, wantLo, wantHi);
+                ASSERT_EQ(bitsOf(lo), bitsOf(wantLo)) << p << " " << q << " " << special;
+                ASSERT_EQ(bitsOf(hi), bitsOf(wantHi)) << p << " " << q << " " << special;
             }
 }
 
-TEST(StatsFloating, NaNsInfinitiesAndZerosAnywhereInALongBlockKeepTheOrderedResult)
-{
-    checkOrderSensitiveMinMax<float>();
-    checkOrderSensitiveMinMax<double>();
-}
-
-// Full-scale int16_t blocks long enough that the sum of squares leaves the
-// range where every partial sum is exact in the middle of a call, with
-// offsets on both sides of the exact range; plain statistics and the move.
+// Full-scale int16_t blocks whose sum of squares leaves the exact range inside one call, offsets on both
+// sides of the certified range; plain statistics and the move.
 TEST(StatsInt16, SquaresGrowingPastExactnessInsideOneCallMatchTheModel)
 {
     const uint32_t n = (1u << 21) + 5;

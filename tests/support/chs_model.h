@@ -1,6 +1,6 @@
-// A model of the CHS interpolator written from its contract: the ring, the
-// output count of each call, and each output's position, fraction and cubic
-// with the interpolator's grouping of adds and multiplies.
+// The CHS interpolator as a plain model: the ring, each call's output count,
+// and each output's position, fraction and cubic with the interpolator's
+// grouping of adds and multiplies.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,7 @@
 #include "qxcalc.h"
 #include "support/lane_model.h"
 
-namespace qxtest {
-
-namespace chs {
-constexpr auto add = addX86<float>;
-constexpr auto mul = mulX86<float>;
-
-constexpr float kWeights[4][4] = {{0, 2, 0, 0}, {-1, 0, 1, 0}, {2, -5, 4, -1}, {-1, 3, -3, 1}};
+namespace qxtest::chs {
 
 class Model {
 public:
@@ -29,10 +23,9 @@ public:
         if (count > length_ - 2) return StatusTooManyValues;
         if (stopped_) return StatusStopped;
         for (uint32_t k = 0; k < count; ++k) ring_[written_++ % length_] = samples[k];
-        step(out);
-        return StatusOk;
+        return step(out);
     }
-    // `delivered` tells whether the outputs were written at all.
+    // Stop repeats the last sample once; `delivered` tells whether the outputs were written at all.
     QxcalcStatus stop(std::vector<float>& out, bool& delivered)
     {
         if (stopped_) return StatusStopped;
@@ -41,22 +34,23 @@ public:
         if (!delivered) return StatusOk;
         ring_[written_ % length_] = ring_[(written_ - 1) % length_];
         ++written_;
-        step(out);
-        return StatusOk;
+        return step(out);
     }
     void reset() { written_ = produced_ = 0, stopped_ = false; }
     bool stopped() const { return stopped_; }
     bool exceededCapacity() const { return exceededCapacity_; }
 
 private:
-    void step(std::vector<float>& out)
+    QxcalcStatus step(std::vector<float>& out)
     {
+        static constexpr float kWeights[4][4] = {{0, 2, 0, 0}, {-1, 0, 1, 0}, {2, -5, 4, -1}, {-1, 3, -3, 1}};
+        const auto add = addX86<float>, mul = mulX86<float>;
         out.clear();
-        if (written_ < 2) return;
+        if (written_ < 2) return StatusOk;
         const double end = static_cast<double>(written_ - 2) * ratio_ + 1.0;
         const uint32_t n = static_cast<uint32_t>(static_cast<uint64_t>(end)) - static_cast<uint32_t>(produced_);
         const uint32_t capacity = static_cast<uint32_t>(static_cast<int32_t>((length_ + 1.0) * ratio_));
-        if (n > capacity + 1u) exceededCapacity_ = true;  // the output buffer holds capacity + 1
+        exceededCapacity_ |= n > capacity + 1u;  // the output buffer holds capacity + 1
         const double start = static_cast<double>(produced_) / ratio_;
         int64_t segment = -1;
         float c[4] = {};
@@ -77,6 +71,7 @@ private:
             out.push_back(mul(0.5f, add(add(mul(c[0], 1.0f), mul(c[1], t)), add(mul(c[2], t2), mul(c[3], t3)))));
         }
         produced_ += n;
+        return StatusOk;
     }
 
     double ratio_;
@@ -86,6 +81,4 @@ private:
     bool stopped_ = false, exceededCapacity_ = false;
 };
 
-}  // namespace chs
-
-}  // namespace qxtest
+}  // namespace qxtest::chs
