@@ -116,6 +116,7 @@ TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
 }
 
 // Negative zeros into a negative-zero sum: one at a time keeps -0; the lanes start at +0, and +0 + -0 is +0.
+// The running +0 minimum and maximum stay (an equal sample does not replace them); a long block's are its own.
 TYPED_TEST(StatsFloating, NegativeZeroSumsFollowThePath)
 {
     using T = TypeParam;
@@ -127,6 +128,7 @@ TYPED_TEST(StatsFloating, NegativeZeroSumsFollowThePath)
         api(T()).second(v, n, &s.lo, &s.hi, &s.sum, &s.squares, -OffsetOf<T>(0));
         EXPECT_EQ(std::signbit(s.sum), n < L) << n;
         EXPECT_FALSE(std::signbit(s.squares)) << n;
+        EXPECT_TRUE(std::signbit(s.lo) == (n >= L) && std::signbit(s.hi) == (n >= L)) << n;
     }
 }
 
