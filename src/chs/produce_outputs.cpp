@@ -21,6 +21,7 @@ namespace qx::chs {
 namespace {
 
 using simd::addInOrder;
+using simd::mulInOrder;
 
 struct Points {
     float p0, p1, p2, p3;
@@ -69,14 +70,14 @@ Points gatherPoints(CHSInterpolator& s, uint32_t idx)
     return p;
 }
 
-// Every weight is applied, zeros included: a non-finite point makes every
-// coefficient non-finite instead of dropping out of some. (The compiler may
-// apply a weight of -1 as a negation, which differs only in a NaN's sign; a
-// NaN point then also makes c0 NaN through its zero weights, and c0 comes
-// first in every sum of the output, so the output is the same.)
+// Every weight is applied as a multiply, zeros included: a non-finite point
+// makes every coefficient non-finite instead of dropping out of some. The
+// multiplies are pinned as written; left to the compiler, -5 * p could become
+// -(5 * p), which rounds the other way when the caller rounds up or down.
 float weightedSum(const float (&w)[4], const Points& p)
 {
-    return addInOrder(addInOrder(w[0] * p.p0, w[1] * p.p1), addInOrder(w[2] * p.p2, w[3] * p.p3));
+    return addInOrder(addInOrder(mulInOrder(w[0], p.p0), mulInOrder(w[1], p.p1)),
+                      addInOrder(mulInOrder(w[2], p.p2), mulInOrder(w[3], p.p3)));
 }
 
 Coefficients coefficientsOf(const Points& p)
@@ -148,11 +149,12 @@ void coefficientsOfRun(const float* ring, uint32_t first, uint32_t count, Coeffi
         const float* p = ring + first + j;
         const __m256 p0 = _mm256_loadu_ps(p - 1), p1 = _mm256_loadu_ps(p), p2 = _mm256_loadu_ps(p + 1),
                      p3 = _mm256_loadu_ps(p + 2);
+        const auto weighted = [](__m256 p, float w) { return mulInOrder(_mm256_set1_ps(w), p); };  // as weightedSum
         __m256 c[4];
         for (int k = 0; k < 4; ++k) {
             const float* w = kWeights[k];
-            c[k] = addInOrder(addInOrder(_mm256_mul_ps(_mm256_set1_ps(w[0]), p0), _mm256_mul_ps(_mm256_set1_ps(w[1]), p1)),
-                              addInOrder(_mm256_mul_ps(_mm256_set1_ps(w[2]), p2), _mm256_mul_ps(_mm256_set1_ps(w[3]), p3)));
+            c[k] = addInOrder(addInOrder(weighted(p0, w[0]), weighted(p1, w[1])),
+                              addInOrder(weighted(p2, w[2]), weighted(p3, w[3])));
         }
         const __m256 t0 = _mm256_unpacklo_ps(c[0], c[1]), t1 = _mm256_unpackhi_ps(c[0], c[1]);
         const __m256 t2 = _mm256_unpacklo_ps(c[2], c[3]), t3 = _mm256_unpackhi_ps(c[2], c[3]);
