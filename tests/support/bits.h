@@ -6,7 +6,6 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <random>
 #include <type_traits>
@@ -64,21 +63,6 @@ std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
         }
     }
     return v;
-}
-
-// Runs fn with the SSE and the x87 rounding mode both set to `mode` (an
-// _MM_ROUND_* value), then restores both. Not inlined, so that no conversion
-// of the caller moves across the mode change.
-[[gnu::noinline]] inline void inRoundingMode(unsigned mode, const std::function<void()>& fn)
-{
-    unsigned mxcsr, changed;
-    uint16_t cw;
-    asm volatile("vstmxcsr %0\n\tfnstcw %1" : "=m"(mxcsr), "=m"(cw));
-    changed = (mxcsr & ~0x6000u) | mode;
-    const uint16_t x87 = static_cast<uint16_t>((cw & ~0x0C00u) | (mode >> 13 << 10));
-    asm volatile("vldmxcsr %0\n\tfldcw %1" : : "m"(changed), "m"(x87));
-    fn();
-    asm volatile("vldmxcsr %0\n\tfldcw %1" : : "m"(mxcsr), "m"(cw));
 }
 
 }  // namespace qxtest
