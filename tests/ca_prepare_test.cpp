@@ -1,6 +1,5 @@
-// Cycle-data preparation: the copy with maximum search and the in-place conversions swept against models
-// (counts near the thresholds, every legal start, both fences, the bytes after; the special data bring ties
-// and NaNs, count 0 finds nothing).
+// Cycle-data preparation swept against models: the copy with maximum search (special data bring ties and NaNs,
+// count 0 finds nothing) and the in-place conversions (every legal start, the bytes after).
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,14 +12,13 @@ using namespace qxtest;
 namespace {
 
 const float kStart = floatFromBits(0x00800000);  // smallest positive normal float
-constexpr uint32_t kNone = 0xFFFFFFFFu;
 
 // Ranges above 7 keep per-lane maxima with float indices (base advanced by 8.0 per block), offer
 // the lanes in lane order, then the rest one at a time counted from the float base truncated.
 void modelCopy(const float* raw, float* channel, uint32_t first, uint32_t n, float offset, float* maxValue, uint32_t* maxIndex)
 {
     float best = kStart, laneMax[8], laneIndex[8], base = float(first >> 16) * 65536.0f + float(first & 0xFFFF);
-    uint32_t at = kNone, k = 0;
+    uint32_t at = 0xFFFFFFFFu, k = 0;  // none found
     auto offer = [&](float v, uint32_t i) { if (v > best) best = v, at = i; };
     auto copy = [&](uint32_t i) { return channel[i] = raw[i] - offset; };
     for (; n > 7 && k + 8 <= n; k += 8, base += 8.0f)
@@ -36,13 +34,12 @@ const float* rawFor(const float* p, uint32_t first) { return reinterpret_cast<co
 
 TEST(CACopyRawDataToChannels, MatchesTheModelForEveryCountStartFenceAndLargeFirstIndex)
 {
-    for (const uint32_t first : {0u, 16777200u, 40000001u, 134217741u}) {  // exact, crossing 2^24, steps of 4, of 16
+    for (const uint32_t first : {0u, 16777200u, 40000001u, 134217741u})  // exact, crossing 2^24, steps of 4, of 16
         sweep({"CopyRawDataToChannels from " + std::to_string(first),
                {block<float>("raw", Role::In), block<float>("channel", Role::Out), scalar<float>("max", Role::Out, 77.0f), scalar<uint32_t>("index", Role::Out, 77)},
                [=](const Blocks& b, uint32_t n) { qxCalcCACopyRawDataToChannels(rawFor(b.at<float>(0), first), b.at<float>(1), first, first + n, 0.25f, b.at<float>(2), b.at<uint32_t>(3)); },
                [=](const Blocks& b, uint32_t n) { modelCopy(b.at<float>(0), b.at<float>(1), first, n, 0.25f, b.at<float>(2), b.at<uint32_t>(3)); },
                countsAround({8}, 0, 300, {1000, 4099})});
-    }
 }
 
 // Element-wise conversion of the n values at data's start (16-byte aligned from 4 doubles, 32-byte aligned

@@ -1,5 +1,4 @@
-// Cycle analysis: every export swept against the scalar models (counts near each path threshold, every
-// start offset, both fences, plain and special data), and what random data never meets.
+// Cycle analysis: every export swept against the scalar models, and what random data never meets.
 #include <gtest/gtest.h>
 
 
@@ -21,15 +20,13 @@ TEST(CAPositions, BothAxesMatchTheModelForEveryCountStartAndFence)
         if (lanes ? !(q > kRatioFloor) : q < 1.0e-9) q = kRatioFloor;  // the lanes floor NaN too
         return (lanes ? fastLog10LanesModel(q) : fastLog10Model(q)) * logScale + offset;
     };
-    for (const auto& [lo, hi] : {std::pair{-300000, 300000}, {10, 5}}) {
-        const std::vector<BlockSpec> blocks = {block<float>("input", Role::In), block<int32_t>("output", Role::Out)};
-        sweep({"CAPV_lin", blocks, [=](const Blocks& b, uint32_t n) { qxcalcCAPV_lin(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, scale, offset); },
-               [=](const Blocks& b, uint32_t n) { modelAxis(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, [=](float x, bool) { return scale * x + offset; }); },
-               countsAround({8})});
-        sweep({"CAPV_log", blocks,
-               [=](const Blocks& b, uint32_t n) { qxcalcCAPV_log(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, logScale, offset, reference); },
-               [=](const Blocks& b, uint32_t n) { modelAxis(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, logPosition); }, countsAround({8})});
-    }
+    for (const auto& [lo, hi] : {std::pair{-300000, 300000}, {10, 5}})
+        for (const bool log : {false, true})
+            sweep({log ? "CAPV_log" : "CAPV_lin", {block<float>("input", Role::In), block<int32_t>("output", Role::Out)},
+                   [=](const Blocks& b, uint32_t n) { log ? qxcalcCAPV_log(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, logScale, offset, reference)
+                                                          : qxcalcCAPV_lin(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, scale, offset); },
+                   [=](const Blocks& b, uint32_t n) { modelAxis(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, [=](float x, bool lanes) {
+                       return log ? logPosition(x, lanes) : scale * x + offset; }); }, countsAround({8})});
 }
 
 // What random data never meets. Each path's own logarithm form, exactly: |L| * 2^25 is an integer for
@@ -91,14 +88,13 @@ TEST(CACycleMeans, OverallAndRunningMatchTheModelsInEveryCase)
                {block<float>("cycle", Role::In), block<float>("overall", Role::InOut), scalar<float>("max", Role::Out, 77.0f)},
                [=](const Blocks& b, uint32_t n) { qxCalcCAOverallPressure(b.at<float>(0), b.at<float>(1), 5, 5 + n, cycles, b.at<float>(2)); },
                [=](const Blocks& b, uint32_t n) { modelOverall(b.at<float>(0), b.at<float>(1), n, cycles, b.at<float>(2)); }, countsAround({8}, 0, 300, {1000})});
-    for (const auto& [cycles, window] : {std::pair{0ull, 5u}, {2ull, 5u}, {5ull, 5u}, {1ull << 32, 0xFFFFFFFFu}, {16777217ull, 16777217u}}) {
-        std::vector<BlockSpec> blocks = {block<float>("cycle", Role::In), block<float>("leaving", Role::In), block<float>("sum", Role::InOut), block<float>("mean", Role::Out)};
-        blocks[1].swept = blocks[3].swept = false;
-        sweep({"CARunningVal after " + std::to_string(cycles), blocks,
+    const auto unswept = [](BlockSpec b) { return b.swept = false, b; };
+    for (const auto& [cycles, window] : {std::pair{0ull, 5u}, {2ull, 5u}, {5ull, 5u}, {1ull << 32, 0xFFFFFFFFu}, {16777217ull, 16777217u}})
+        sweep({"CARunningVal after " + std::to_string(cycles),
+               {block<float>("cycle", Role::In), unswept(block<float>("leaving", Role::In)), block<float>("sum", Role::InOut), unswept(block<float>("mean", Role::Out))},
                [=](const Blocks& b, uint32_t n) { qxCalcCARunningVal(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), 7, 6 + n, cycles, window); },
                [=](const Blocks& b, uint32_t n) { modelRunning(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), n, cycles, window); },
                countsAround({8}, 0, 300, {1000})});
-    }
 }
 
 }  // namespace

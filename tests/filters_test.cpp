@@ -1,5 +1,4 @@
-// Filters swept against scalar models (every output, the section memory after every call, every start offset,
-// both fences, plain and special data); the pink filter, which has no block, by worked values.
+// Filters swept against scalar models (every output and the section memory after it); the pink filter by values.
 #include <gtest/gtest.h>
 #include <algorithm>
 #include "qxcalc.h"
@@ -30,9 +29,8 @@ double modelIIR(const IIRFilter& f, double u)
     return u;
 }
 
-// Runs of products h[i] * t[i]: blocks of 32 into four eight-lane accumulators, ((A + B) + C) + D added to V (from +0:
-// only a -0 lane differs, erased by the final + S), groups of eight into V, the rest into S. Run 2 first feeds S
-// until its taps reach a 32-byte boundary.
+// Runs of h[i] * t[i]: blocks of 32 into four eight-lane accumulators added ((A + B) + C) + D to V, groups of eight
+// into V, the rest into S; run 2 first feeds S until its taps reach a 32-byte boundary.
 float modelFIR(const float* h, const float* t, int length, int position)
 {
     float V[8] = {}, S = 0;

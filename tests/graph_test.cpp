@@ -1,5 +1,4 @@
-// Graph helpers: random mapping records and bitmaps swept against scalar models of the library's rules (the
-// two mapping paths' own rounding, logarithms and domains, the cursor's tail x, ties and ignored colours).
+// Graph helpers swept against scalar models: random mapping records on both paths, the cursor search in bitmaps.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -43,9 +42,8 @@ void mapPointModel(const GraphMapping& m, uint32_t k)
     *m.pointCountOut = static_cast<uint32_t>(pointsOf(m.pointsLeft));
 }
 
-// Axes wide, empty, and narrow around typical logarithms, where one unit in the last place of a logarithm moves
-// pixels. One record in eight maps y = 7 (and a one-point x = 7) onto axes starting at either path's logarithm or
-// decibels of 7, where the two logarithm forms and the two decibel products differ.
+// Axes wide, empty, and narrow around typical logarithms (one ulp moves pixels). One record in eight maps y = 7 (and
+// x = 7) onto axes starting at either path's logarithm or decibels of 7, where the two paths' forms differ.
 GraphMapping randomRecord(std::mt19937& rng)
 {
     const auto pick = [&](std::initializer_list<double> v) { return v.begin()[rng() % v.size()]; };

@@ -88,7 +88,6 @@ inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_
     }
 }
 
-// The windowed running sum and mean, three cases by the cycle count.
 inline void modelRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n, uint64_t cycles, uint32_t window)
 {
     for (uint32_t k = 0; k < n; ++k) {
