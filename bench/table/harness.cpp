@@ -37,6 +37,15 @@ Rows::Rows(std::vector<Row> rows)
 void printPeerKernels();  // peers.cpp, on builds with the peer libraries
 
 namespace {
+std::size_t blocksOfCase = 0;
+}
+
+std::size_t nextBlockOffset()
+{
+    return blocksOfCase++ * 17 * 64 % 4096;
+}
+
+namespace {
 
 constexpr std::size_t kSizes[] = {16 << 10, 256 << 10, 64 << 20};
 constexpr double kMinSampleSeconds = 2e-3;
@@ -60,24 +69,25 @@ double timeReps(const Run& run, const Run& before, long reps)
     return threadSeconds() - start;
 }
 
-double medianSecondsPerRun(const Run& run, const Run& before)
-{
-    if (before) before();
-    run();
-    long reps = 1;
-    while (timeReps(run, before, reps) < kMinSampleSeconds) reps *= 2;
-    std::vector<double> samples;
-    for (int s = 0; s < kSamples; ++s) samples.push_back(timeReps(run, before, reps) / static_cast<double>(reps));
-    std::nth_element(samples.begin(), samples.begin() + kSamples / 2, samples.end());
-    return samples[kSamples / 2];
-}
-
-// Seconds of one run; with a restore step, less the restore's own time.
+// Seconds of one run: the median of kSamples samples, each `reps` runs long
+// (reps doubled until a sample lasts kMinSampleSeconds). With a restore step,
+// each sample times the restores alone right after the restores with the runs
+// and keeps the difference, so that both halves see the same machine.
 double secondsPerRun(const Run& run, const Run& restore)
 {
-    if (!restore) return medianSecondsPerRun(run, nullptr);
     const Run nothing = [] {};
-    return medianSecondsPerRun(run, restore) - medianSecondsPerRun(nothing, restore);
+    if (restore) restore();
+    run();
+    long reps = 1;
+    while (timeReps(run, restore, reps) < kMinSampleSeconds) reps *= 2;
+    std::vector<double> samples;
+    for (int s = 0; s < kSamples; ++s) {
+        double seconds = timeReps(run, restore, reps);
+        if (restore) seconds -= timeReps(nothing, restore, reps);
+        samples.push_back(seconds / static_cast<double>(reps));
+    }
+    std::nth_element(samples.begin(), samples.begin() + kSamples / 2, samples.end());
+    return samples[kSamples / 2];
 }
 
 // Reads every byte once with 256-bit loads into `chains` independent chains.
@@ -146,6 +156,7 @@ int main(int argc, char** argv)
     for (const Row& row : allRows()) {
         if (row.job.find(match) == std::string::npos) continue;
         for (const std::size_t bytes : kSizes) {
+            blocksOfCase = 0;
             const Case c = row.make(bytes);
             auto print = [&](const std::string& variant, Unit unit, double work, double seconds) {
                 std::printf("%s\t%s\t%zu\t%s\t%s\t%.4g\n", kFamilies[row.family], row.job.c_str(), bytes, unitName(unit),

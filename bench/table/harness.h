@@ -62,9 +62,17 @@ struct Rows {
 };
 std::vector<Row>& allRows();
 
-// A block of n values on a 64-byte boundary, shared by the lambdas of a case,
-// filled with small random values exact in every sample type: integers in
-// [-10000, 10000) for integer types, eighths in [-1250, 1250) for float types.
+// Where a case's next block starts within its 4 KiB page. The blocks of one
+// case sit at different offsets (multiples of 64), the same on every build, so
+// that the builds' loads and stores meet the same page-offset collisions
+// instead of whatever each allocator happens to give. The harness starts
+// every case at the first offset.
+std::size_t nextBlockOffset();
+
+// A block of n values placed at nextBlockOffset(), shared by the lambdas of a
+// case, filled with small random values exact in every sample type: integers
+// in [-10000, 10000) for integer types, eighths in [-1250, 1250) for float
+// types.
 template <class T>
 struct Block {
     std::shared_ptr<T[]> values;
@@ -76,8 +84,9 @@ struct Block {
 template <class T>
 Block<T> block(std::size_t n, unsigned seed = 1)
 {
-    const std::size_t bytes = (n * sizeof(T) + 63) / 64 * 64;
-    Block<T> b{std::shared_ptr<T[]>(static_cast<T*>(std::aligned_alloc(64, bytes ? bytes : 64)), std::free),
+    const std::size_t offset = nextBlockOffset();
+    char* page = static_cast<char*>(std::aligned_alloc(4096, (n * sizeof(T) + offset + 4095) / 4096 * 4096 + 4096));
+    Block<T> b{std::shared_ptr<T[]>(reinterpret_cast<T*>(page + offset), [page](T*) { std::free(page); }),
                static_cast<uint32_t>(n)};
     std::mt19937 rng(seed);
     for (std::size_t i = 0; i < n; ++i) {
