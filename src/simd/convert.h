@@ -15,6 +15,12 @@
 // multiples of 2^12, as every float of that magnitude and every midpoint
 // between two of them does, so the one rounding to float is the sample's
 // own. Eight samples that all lie below 2^53 skip the fold.
+//
+// Vectors of int64 samples that all lie in -2^51 .. 2^51 - 1, the usual
+// case, take neither route on either build: as integers, x plus the bits of
+// 1.5 * 2^52 is the bit pattern of the double 1.5 * 2^52 + x, and subtracting
+// 1.5 * 2^52 leaves x exactly. Both routes give the exact double, so the
+// value is the same.
 #pragma once
 
 #include <cstdint>
@@ -89,6 +95,57 @@ QX_INLINE Int64Words foldedBeyond53Bits(Int64Words w)
     return {w.high, _mm_blendv_epi8(folded, w.low, fits)};
 }
 
+// Four int64 samples as doubles, each rounded once, by the build's general
+// route; out of line, as vectors beyond 2^51 are rare.
+[[gnu::noinline]] inline __m256d doubleQuadFromAnyInt64(const int64_t* p)
+{
+#if defined(__x86_64__)
+    return _mm256_setr_pd(static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2]),
+                          static_cast<double>(p[3]));
+#else
+    return doublesFromWords(int64WordsFrom(p));
+#endif
+}
+
+// Eight int64 samples as floats, each rounded once, by the general route.
+[[gnu::noinline]] inline __m256 floatOctFromAnyInt64(const int64_t* p)
+{
+#if defined(__x86_64__)
+    return _mm256_setr_ps(static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
+                          static_cast<float>(p[3]), static_cast<float>(p[4]), static_cast<float>(p[5]),
+                          static_cast<float>(p[6]), static_cast<float>(p[7]));
+#else
+    Int64Words low = int64WordsFrom(p), high = int64WordsFrom(p + 4);
+    if (!within53Bits(low, high)) low = foldedBeyond53Bits(low), high = foldedBeyond53Bits(high);
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(doublesFromWords(low))),
+                                _mm256_cvtpd_ps(doublesFromWords(high)), 1);
+#endif
+}
+
+// Four int64 samples plus the bits of 1.5 * 2^52, as a double quad. Exactly
+// when all four lay in -2^51 .. 2^51 - 1 does every sum have the exponent of
+// 1.5 * 2^52: the top 12 bits of sum xor 2^52 are then zero.
+QX_INLINE __m256d biasedInt64Quad(const int64_t* p)
+{
+    const __m128i bias = _mm_set1_epi64x(0x4338000000000000);
+    return _mm256_castsi256_pd(joinHalves(_mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), bias),
+                                          _mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2)), bias)));
+}
+
+QX_INLINE __m256d exponentChange(__m256d biased) { return _mm256_xor_pd(biased, _mm256_set1_pd(0x1p52)); }
+
+QX_INLINE bool inRange(__m256d exponentChanges)
+{
+    return _mm256_testz_si256(_mm256_castpd_si256(exponentChanges), _mm256_set1_epi64x(static_cast<int64_t>(0xFFF0000000000000u)));
+}
+
+// The samples of a quad that was in range, exactly; rounding toward -inf
+// gives -0 for a zero sample, made +0 by the caller.
+QX_INLINE __m256d unbiased(__m256d biased) { return _mm256_sub_pd(biased, _mm256_set1_pd(0x1.8p52)); }
+
+QX_INLINE __m256 positiveZeros(__m256 v) { return _mm256_and_ps(v, _mm256_cmp_ps(v, _mm256_setzero_ps(), _CMP_NEQ_UQ)); }
+QX_INLINE __m256d positiveZeros(__m256d v) { return _mm256_and_pd(v, _mm256_cmp_pd(v, _mm256_setzero_pd(), _CMP_NEQ_UQ)); }
+
 // Samples 0-3 as doubles, exactly (int64: rounded once).
 template <class T>
 QX_INLINE __m256d doubleQuadFrom(const T* p)
@@ -96,12 +153,8 @@ QX_INLINE __m256d doubleQuadFrom(const T* p)
     if constexpr (std::is_same_v<T, double>) return _mm256_loadu_pd(p);
     else if constexpr (std::is_same_v<T, float>) return _mm256_cvtps_pd(_mm_loadu_ps(p));
     else if constexpr (std::is_same_v<T, int64_t>) {
-#if defined(__x86_64__)
-        return _mm256_setr_pd(static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2]),
-                              static_cast<double>(p[3]));
-#else
-        return doublesFromWords(int64WordsFrom(p));
-#endif
+        const __m256d biased = biasedInt64Quad(p);
+        return inRange(exponentChange(biased)) ? positiveZeros(unbiased(biased)) : doubleQuadFromAnyInt64(p);
     }
     else if constexpr (std::is_same_v<T, uint32_t>) return widenUInt32x4(int32x4From(p));
     else return widenInt32x4(int32x4From(p));
@@ -115,16 +168,10 @@ QX_INLINE __m256 floatOctFrom(const T* p)
 {
     if constexpr (std::is_same_v<T, float>) return _mm256_loadu_ps(p);
     else if constexpr (std::is_same_v<T, int64_t>) {
-#if defined(__x86_64__)
-        return _mm256_setr_ps(static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
-                              static_cast<float>(p[3]), static_cast<float>(p[4]), static_cast<float>(p[5]),
-                              static_cast<float>(p[6]), static_cast<float>(p[7]));
-#else
-        Int64Words low = int64WordsFrom(p), high = int64WordsFrom(p + 4);
-        if (!within53Bits(low, high)) low = foldedBeyond53Bits(low), high = foldedBeyond53Bits(high);
-        return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(doublesFromWords(low))),
-                                    _mm256_cvtpd_ps(doublesFromWords(high)), 1);
-#endif
+        const __m256d low = biasedInt64Quad(p), high = biasedInt64Quad(p + 4);
+        if (!inRange(_mm256_or_pd(exponentChange(low), exponentChange(high)))) return floatOctFromAnyInt64(p);
+        return positiveZeros(_mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(unbiased(low))),
+                                                  _mm256_cvtpd_ps(unbiased(high)), 1));
     } else if constexpr (std::is_same_v<T, int32_t>)
         return _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
     else if constexpr (std::is_same_v<T, uint32_t>) {
