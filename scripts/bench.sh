@@ -5,9 +5,9 @@
 # the project's PE loader, tools/dll_loader), with the x64 build next to a streaming read and a
 # memcpy of the same block, the peer libraries doing the same job (VOLK,
 # liquid-dsp, libsamplerate) and the plain loop a host would write.
-# The three programs run in ROUNDS interleaved rounds (default 2) and every
-# cell keeps its best round, so that a burst of other work on a shared machine
-# does not land in one build's column only. Builds go to build/bench/; the
+# Every job runs in ROUNDS rounds (default 3) on the three builds in turn and
+# every cell keeps its best round, so that a burst of other work on a shared
+# machine does not land in one build's column only. Builds go to build/bench/; the
 # runs' raw lines stay there (*.tsv). Extra arguments go to every run (e.g.
 # --match Stats).
 set -euo pipefail
@@ -31,15 +31,26 @@ configure dll-bench --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON \
     -DQXCALC_DLL_UNDER_TEST="$PWD/$out/dll/qxcalc-avx.dll"
 for dir in x64 i386 dll-bench; do build $dir qxcalc_table; done
 
+# Job by job, each round runs the job on the three builds back to back, so
+# that a slow spell of the machine lands on one round of one job, not on one
+# build's column.
+x64=$out/x64/bench/qxcalc_table i386=$out/i386/bench/qxcalc_table dll=$out/dll-bench/bench/qxcalc_table
+rounds=$(seq "${ROUNDS:-3}")
 files=()
-for round in $(seq "${ROUNDS:-2}"); do
-    {
-        [ "$round" -gt 1 ] || echo "# load before the runs: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
-        "$out/x64/bench/qxcalc_table" "$@"
-    } >"$out/x64-$round.tsv"
-    "$out/i386/bench/qxcalc_table" --ours-only "$@" >"$out/i386-$round.tsv"
-    "$out/dll-bench/bench/qxcalc_table" --ours-only "$@" >"$out/dll-$round.tsv"
+for round in $rounds; do
     files+=("$out/x64-$round.tsv" "$out/i386-$round.tsv" "$out/dll-$round.tsv")
+    : >"$out/x64-$round.tsv" >"$out/i386-$round.tsv" >"$out/dll-$round.tsv"
+done
+{
+    echo "# load before the runs: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
+    "$x64" --header
+} >"$out/x64-1.tsv"
+"$x64" --list "$@" | while IFS= read -r job; do
+    for round in $rounds; do
+        "$x64" --job "$job" "$@" >>"$out/x64-$round.tsv"
+        "$i386" --ours-only --job "$job" "$@" >>"$out/i386-$round.tsv"
+        "$dll" --ours-only --job "$job" "$@" >>"$out/dll-$round.tsv"
+    done
 done
 echo "# load after the runs: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$out/x64-1.tsv"
 awk -f bench/table/join.awk "${files[@]}"

@@ -6,7 +6,9 @@
 // not count; each sample repeats the run until it lasts at least 2 ms, and
 // the median of the samples is kept. The first run is untimed (page faults,
 // cold caches). --ours-only skips the references, peers and plain loops (the
-// 32-bit builds); --match TEXT keeps the jobs whose name contains TEXT.
+// 32-bit builds); --match TEXT keeps the jobs whose name contains TEXT, --job
+// NAME the one job of that name. --list prints the jobs' names, --header the
+// machine and the peers' kernels, as "#" lines.
 #include "harness.h"
 
 #include <immintrin.h>
@@ -142,19 +144,29 @@ void printCpu()
 int main(int argc, char** argv)
 {
     using namespace qxbench;
-    bool oursOnly = false;
+    bool oursOnly = false, list = false;
     const char* match = "";
+    const char* job = nullptr;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--ours-only") == 0) oursOnly = true;
+        else if (std::strcmp(argv[i], "--list") == 0) list = true;
         else if (std::strcmp(argv[i], "--match") == 0 && i + 1 < argc) match = argv[++i];
-    }
-    printCpu();
+        else if (std::strcmp(argv[i], "--job") == 0 && i + 1 < argc) job = argv[++i];
+        else if (std::strcmp(argv[i], "--header") == 0) {
+            printCpu();
 #ifdef QXCALC_BENCH_PEERS
-    if (!oursOnly) printPeerKernels();
+            printPeerKernels();
 #endif
+            return 0;
+        }
+    }
     std::stable_sort(allRows().begin(), allRows().end(), [](const Row& a, const Row& b) { return a.family < b.family; });
     for (const Row& row : allRows()) {
-        if (row.job.find(match) == std::string::npos) continue;
+        if (row.job.find(match) == std::string::npos || (job && row.job != job)) continue;
+        if (list) {
+            std::printf("%s\n", row.job.c_str());
+            continue;
+        }
         for (const std::size_t bytes : kSizes) {
             blocksOfCase = 0;
             const Case c = row.make(bytes);
