@@ -72,9 +72,9 @@ double* widenInPlace(void* data, uint32_t count)
     }
     simd::forEachInReverse<4>(blocks, [&](uint32_t k) {
         const uint32_t i = k * kWidenBlock;
-        const simd::DoubleQuads quads = simd::widenFloat8(simd::loadAlignedFloat8(floats + i));
-        simd::storeAligned(doubles + i + 4, quads.high);
-        simd::storeAligned(doubles + i, quads.low);
+        const __m256 eight = simd::loadAlignedFloat8(floats + i);
+        simd::storeAligned(doubles + i + 4, _mm256_cvtps_pd(_mm256_extractf128_ps(eight, 1)));
+        simd::storeAligned(doubles + i, _mm256_cvtps_pd(_mm256_castps256_ps128(eight)));
     });
     return doubles;
 }

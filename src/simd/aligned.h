@@ -3,6 +3,9 @@
 // output buffers, in-place conversions, filter sections). Written as the
 // aligned instruction itself: some toolchains turn the aligned intrinsics
 // into unaligned moves, which would accept a misaligned buffer silently.
+// A store names its memory as the scalars it writes, not as a vector type
+// (which may alias anything): the compiler then knows that it leaves the
+// kernel's pointers and counters alone and keeps them in registers.
 #pragma once
 
 #include "simd/lanes.h"
@@ -12,7 +15,9 @@ namespace qx::simd {
 #define QX_ALIGNED_MOVES(Vec, Scalar, mnemonic, loadName)                                      \
     QX_INLINE void storeAligned(Scalar* p, Vec v)                                              \
     {                                                                                          \
-        asm volatile(mnemonic " %1, %0" : "=m"(*reinterpret_cast<Vec*>(p)) : "x"(v));          \
+        asm volatile(mnemonic " %1, %0"                                                        \
+                     : "=m"(*reinterpret_cast<Scalar(*)[sizeof(Vec) / sizeof(Scalar)]>(p))      \
+                     : "x"(v));                                                                 \
     }                                                                                          \
     QX_INLINE Vec loadName(const Scalar* p)                                                    \
     {                                                                                          \
