@@ -96,8 +96,8 @@ QX_INLINE Int64Words foldedBeyond53Bits(Int64Words w)
 }
 
 // Four int64 samples as doubles, each rounded once, by the build's general
-// route; out of line, as vectors beyond 2^51 are rare.
-[[gnu::noinline]] inline __m256d doubleQuadFromAnyInt64(const int64_t* p)
+// route.
+QX_INLINE __m256d doubleQuadFromAnyInt64(const int64_t* p)
 {
 #if defined(__x86_64__)
     return _mm256_setr_pd(static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2]),
@@ -108,7 +108,7 @@ QX_INLINE Int64Words foldedBeyond53Bits(Int64Words w)
 }
 
 // Eight int64 samples as floats, each rounded once, by the general route.
-[[gnu::noinline]] inline __m256 floatOctFromAnyInt64(const int64_t* p)
+QX_INLINE __m256 floatOctFromAnyInt64(const int64_t* p)
 {
 #if defined(__x86_64__)
     return _mm256_setr_ps(static_cast<float>(p[0]), static_cast<float>(p[1]), static_cast<float>(p[2]),
