@@ -80,18 +80,22 @@ Run eachSample(const Block<T>& x, Filter filter)
     };
 }
 
+// With no sections the filter returns the sample: that row times the call
+// alone, the part of the cascade's time that is the calling convention's.
 template <class T>
-Row iirRow(const char* job)
+Row iirRow(const char* job, int32_t sections = kSections)
 {
-    return {3, job, Unit::Samples, [](std::size_t bytes) {
+    return {3, job, Unit::Samples, [=](std::size_t bytes) {
                 const Block<T> x = blockOfBytes<T>(bytes);
                 const auto cascade = make64<Cascade>();
+                cascade->filter.sectionCount = sections;
                 Case c;
                 c.work = x.n;
                 c.ours = eachSample(x, [=](T u) {
                     if constexpr (std::is_same_v<T, float>) return qxcalcIIRFilter_float(&cascade->filter, u);
                     else return qxcalcIIRFilter_double(&cascade->filter, u);
                 });
+                if (sections == 0) return c;
                 c.scalar = eachSample(x, [history = make64<PlainHistory>()](T u) { return plainIir(*history, u); });
 #ifdef QXCALC_BENCH_PEERS
                 float b[3 * kSections], a[3 * kSections];
@@ -162,6 +166,7 @@ Row firRow()
 const Rows rows({
     iirRow<double>("IIRFilter_double, 4 second-order sections"),
     iirRow<float>("IIRFilter_float, 4 second-order sections"),
+    iirRow<double>("IIRFilter_double, no sections: the call alone", 0),
     pinkRow(),
     firRow(),
 });
