@@ -33,6 +33,7 @@
 #include "ca/fast_log10.h"
 #include "qxcalc.h"
 #include "simd/lanes.h"
+#include "simd/select.h"
 
 namespace qx::graph {
 namespace {
@@ -117,7 +118,7 @@ void mapOnePoint(const GraphMapping& m)
 using Quad = __m256d;
 
 QX_INLINE Quad all(double v) { return _mm256_set1_pd(v); }
-QX_INLINE Quad choose(Quad whenFalse, Quad whenTrue, Quad mask) { return _mm256_blendv_pd(whenFalse, whenTrue, mask); }
+QX_INLINE Quad choose(Quad whenFalse, Quad whenTrue, Quad mask) { return simd::selectWhere(mask, whenFalse, whenTrue); }
 QX_INLINE Quad above(Quad v, double start) { return _mm256_cmp_pd(v, all(start), _CMP_GT_OQ); }
 
 QX_INLINE Quad logOfLanes(Quad v) { return _mm256_cvtps_pd(ca::fastLog10x4(_mm256_cvtpd_ps(v))); }

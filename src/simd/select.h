@@ -16,4 +16,11 @@ QX_INLINE __m256 selectWhere(__m256 mask, __m256 ifClear, __m256 ifSet)
     return r;
 }
 
+QX_INLINE __m256d selectWhere(__m256d mask, __m256d ifClear, __m256d ifSet)
+{
+    __m256d r;
+    asm("vblendvpd %3, %2, %1, %0" : "=x"(r) : "x"(ifClear), "x"(ifSet), "x"(mask));
+    return r;
+}
+
 }  // namespace qx::simd
