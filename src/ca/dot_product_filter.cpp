@@ -62,12 +62,16 @@ QX_INLINE __m128 nextCoefficients(const float*& at, std::ptrdiff_t stride)
         at -= 4;
         return _mm_permute_ps(_mm_loadu_ps(at + 1), _MM_SHUFFLE(0, 1, 2, 3));
     } else {
-        const float c0 = *at;
-        const float c1 = *(at -= stride);
-        const float c2 = *(at -= stride);
-        const float c3 = *(at -= stride);
-        at -= stride;
-        return _mm_setr_ps(c0, c1, c2, c3);
+        // Two pointer steps per four coefficients, each load at most one
+        // stride from a pointer: a chain of a step per load would bound the
+        // loop, and an address of its own per load takes more registers
+        // than the 32-bit build has (the empty asm keeps the compiler from
+        // turning the steps into offsets of their own).
+        const float* further = at - 2 * stride;
+        const __m128 c = _mm_setr_ps(at[0], at[-stride], further[0], further[-stride]);
+        at = further - 2 * stride;
+        asm("" : "+r"(at));
+        return c;
     }
 }
 
