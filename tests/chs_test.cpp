@@ -86,7 +86,7 @@ void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, b
             const Result got = call(lib.get());
             const QxcalcStatus status = model.stop(want, delivered);
             ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "Stop, call " << step;
-        } else if (controls && (roll < 8 || (model.stopped() && roll < 300))) {
+        } else if (controls && (roll < 8 || (model.stopped() && roll >= 12 && roll < 300))) {
             ASSERT_EQ(qxcalcCHSInterpolator_Reset(lib.get()), StatusOk);
             model.reset();
         } else {
@@ -120,11 +120,7 @@ TEST(CHSInterpolator, RandomCallSequencesMatchTheModel)
         const double in = 1000 + rng() % 100000, out = in * (1.0 / 7 + (rng() % 10000) * (11 - 1.0 / 7) / 10000);
         runAgainstModel(in, std::round(out), 4u << rng() % 8, 20000, true, k % 2 == 1, seed++);
     }
-}
-
-TEST(CHSInterpolator, MillionSampleStreamsWrapTheRingManyTimes)
-{
-    uint32_t seed = 500;
+    seed = 500;  // million-sample streams wrap the ring many times
     for (const auto& [in, out] : {std::array<double, 2>{10, 27}, {7, 1}, {1, 11}, {44100, 48000}})
         runAgainstModel(in, out, 65536, 1100000, false, false, seed++);
     runAgainstModel(10, 3, 4, 1000000, false, true, seed++);
@@ -156,8 +152,8 @@ TEST(CHSInterpolator, CreateChecksParamsRatesAndRingLengthInOrder)
     EXPECT_EQ(status(1, 1, 2), StatusOk);
 }
 
-// What the sequences do not reach: null handles, a bad count on a stopped object (the count is checked first),
-// and a ring of 2, which takes no block at all and whose Stop only marks it stopped.
+// What the sequences do not reach: null handles, and a ring of 2, which takes no block at all and whose Stop
+// only marks it stopped.
 TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
 {
     const float samples[8] = {1, 2, 3, 4, 5, 6, 7, 8};
@@ -165,12 +161,6 @@ TEST(CHSInterpolator, CallsAreRefusedInOrderAndChangeNothing)
     EXPECT_EQ(qxcalcCHSInterpolator_Reset(nullptr), StatusInvalidArgument);
     EXPECT_EQ(call(nullptr).status, StatusInvalidArgument);
     EXPECT_EQ(call(nullptr, samples, 1).status, StatusInvalidArgument);
-    Handle h = create(1, 1, 8);
-    EXPECT_EQ(call(h.get()).status, StatusOk);
-    for (const auto& [count, status] : {std::pair{7u, StatusTooManyValues}, {0u, StatusInvalidArgument}, {1u, StatusStopped}}) {
-        const Result r = call(h.get(), samples, count);
-        EXPECT_TRUE(r.status == status && r.untouched()) << count;
-    }
     Handle two = create(1, 1, 2);
     EXPECT_EQ(call(two.get(), samples, 1).status, StatusTooManyValues);
     const Result r = call(two.get());
