@@ -6,8 +6,8 @@
 // each data set; it compares every byte of every buffer with the model's and
 // fails on a fault or on a touched poison byte.
 //
-// The model works on copies placed at the same address modulo 64 as the
-// export's buffers, so alignment-dependent paths (peels, masks) see the same
+// The model works on copies placed at the same page offsets as the export's
+// buffers, so alignment-dependent paths (peels, masks) see the same
 // addresses modulo any vector width. Input buffers are compared too: an
 // export that writes its input differs from the model's untouched copy.
 #pragma once
