@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
-# Reads the DLL's export and import tables and checks the binary interface a
-# host links against: plain (undecorated) names, every name declared in the
-# public header, ordinal base 1 and ordinals 1..N in ascending byte order of
-# the names, all 41 exports, and imports from
-# Windows system DLLs only.
+# Reads the DLL's export and import tables and checks the binary interface a host links against: plain
+# (undecorated) names, every name declared in the public header, ordinal base 1 and ordinals 1..N in ascending byte
+# order of the names, all 41 exports, and imports from Windows system DLLs only.
 # Usage: check_dll_exports.sh OBJDUMP DLL HEADER
 set -euo pipefail
 objdump=$1 dll=$2 header=$3

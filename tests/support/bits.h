@@ -1,6 +1,5 @@
-// Bit-level helpers: results are compared bit for bit, and special values are
-// built from bit patterns (a float returned through x87 would lose a
-// signalling NaN's payload).
+// Bit-level helpers: results are compared bit for bit, and special values are built from bit patterns (a float
+// returned through x87 would lose a signalling NaN's payload).
 #pragma once
 
 #include <bit>

@@ -1,8 +1,7 @@
-// Blocks placed against inaccessible pages, so that any access outside a
-// kernel's allowed range either faults or disturbs poisoned bytes. A block
-// ends 0..31 bytes before the trailing fence page (one ending on it would end
-// on a 32-byte boundary and never provoke a wrong extra vector load), or
-// starts just after the leading one; the bytes around it are poisoned.
+// Blocks placed against inaccessible pages, so that any access outside a kernel's allowed range either faults or
+// disturbs poisoned bytes. A block ends 0..31 bytes before the trailing fence page (one ending on it would end on
+// a 32-byte boundary and never provoke a wrong extra vector load), or starts just after the leading one; the bytes
+// around it are poisoned.
 #pragma once
 
 #include <cstddef>
@@ -19,9 +18,8 @@ public:
     GuardedArena(const GuardedArena&) = delete;
     GuardedArena& operator=(const GuardedArena&) = delete;
 
-    // A block of `bytes` starting `misalign` bytes past a 32-byte boundary:
-    // ending less than 32 bytes before the trailing fence, or starting right
-    // after the leading fence plus `misalign`.
+    // A block of `bytes` starting `misalign` bytes past a 32-byte boundary: ending less than 32 bytes before the
+    // trailing fence, or starting right after the leading fence plus `misalign`.
     std::byte* placeAgainstEnd(std::size_t bytes, unsigned misalign) const;
     std::byte* placeAgainstStart(unsigned misalign) const { return begin_ + misalign % 32; }
 
