@@ -108,23 +108,19 @@ TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
     row(-OffsetOf<T>(0), true);
 }
 
-// Lowest and highest source index the move may read: the contiguous path reads forward for strides up to 1.
-std::pair<ptrdiff_t, ptrdiff_t> sourceReach(uint32_t n, int32_t stride)
+// Lowest source index the move may read, and how many: the contiguous path reads forward for strides up to 1.
+std::pair<ptrdiff_t, std::size_t> sourceReach(uint32_t n, int32_t stride)
 {
-    if (n == 0) return {0, -1};
-    if (n >= 8 && stride <= 1) return {0, n - 1};
-    const ptrdiff_t last = static_cast<ptrdiff_t>(n - 1) * stride;
-    return {std::min<ptrdiff_t>(0, last), std::max<ptrdiff_t>(0, last)};
+    if (n == 0) return {0, 0};
+    const ptrdiff_t last = n >= 8 && stride <= 1 ? static_cast<ptrdiff_t>(n) - 1 : static_cast<ptrdiff_t>(n - 1) * stride;
+    return {std::min<ptrdiff_t>(0, last), static_cast<std::size_t>(last < 0 ? -last : last) + 1};
 }
 
 TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
 {
     for (int32_t stride = -3; stride <= 9; ++stride)
         for (const float offset : stride == 1 ? offsetsFor<int16_t>() : std::vector<float>{-0.3f}) {
-            const auto reach = [=](uint32_t n) {
-                const auto [low, high] = sourceReach(n, stride);
-                return static_cast<std::size_t>(high - low + 1);
-            };
+            const auto reach = [=](uint32_t n) { return sourceReach(n, stride).second; };
             const auto blocks = withState<int16_t>(
                 {block<int16_t>("source", Role::In, 2, reach), block<int16_t>("destination", Role::Out)});
             const auto source = [=](const Blocks& b, uint32_t n) { return b.at<int16_t>(0) - sourceReach(n, stride).first; };
