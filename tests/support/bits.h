@@ -4,7 +4,6 @@
 
 #include <bit>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <type_traits>
