@@ -69,7 +69,8 @@ TYPED_TEST(StatsTest, MinMaxMatchesTheModelForEveryCountStartAndFence)
     for (const int zeros : {0, 1, -1}) {  // random samples, then zeros with a 1 or a -1 here and there
         BlockSpec samples = block<T>("samples", Role::In);
         if (zeros) samples.fill = zeros > 0 ? fillZeros<T, 1> : fillZeros<T, -1>;
-        sweep({"GetMinMax" + (zeros ? " of zeros and " + std::to_string(zeros) : ""), {samples, scalar<T>("min", Role::Out, T(77)), scalar<T>("max", Role::Out, T(77))},
+        sweep({"GetMinMax" + (zeros ? " of zeros and " + std::to_string(zeros) : ""),
+               {samples, scalar<T>("min", Role::Out, T(77)), scalar<T>("max", Role::Out, T(77))},
                [](const Blocks& b, uint32_t n) { api(T()).first(b.at<T>(0), n, b.at<T>(1), b.at<T>(2)); },
                [](const Blocks& b, uint32_t n) {
                    T* const p = b.at<T>(0);
