@@ -1,9 +1,7 @@
-// What every export promises its caller beyond its results: it leaves the SSE
-// control bits (rounding, exception masks, flush-to-zero, denormals-are-zero)
-// and the x87 control word as the caller set them, under any such settings;
-// input it refuses writes nothing; and on i386, called through a plain stack
-// of 32-bit words with the stack misaligned by 0, 4, 8 and 12 bytes, it pops
-// exactly its argument bytes and returns its float/double on the x87 stack.
+// What every export promises its caller beyond its results: it leaves the SSE control bits (rounding, exception
+// masks, flush-to-zero, denormals-are-zero) and the x87 control word as the caller set them, under any such
+// settings; input it refuses writes nothing; and on i386, called through a plain stack of 32-bit words misaligned
+// by 0, 4, 8 and 12 bytes, it pops exactly its argument bytes.
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>

@@ -1,8 +1,8 @@
 // Cycle analysis: every export swept against the scalar models, and what random data never meets.
 #include <gtest/gtest.h>
 
-
-#include <vector>
+#include <cmath>
+#include <random>
 
 #include "qxcalc.h"
 #include "support/ca_model.h"
@@ -12,43 +12,36 @@ using namespace qxtest;
 
 namespace {
 
-TEST(CAPositions, BothAxesMatchTheModelForEveryCountStartAndFence)
+// Exact values: each path's own logarithm form shows in |L| * 2^25, an integer for 0.25 <= |L| < 64 (the forms
+// differ at 3 and 7); halves round away from zero on the short path and in the current mode on the vector path.
+// The logarithmic axis takes their magnitudes (its floor is left to the random rows).
+template <bool magnitudes>
+void fillExact(std::byte* to, std::size_t n, DataSet, uint32_t seed)
 {
-    const float scale = 0.37f, offset = 0.5f, reference = 1000.0f, logScale = 1.0e5f;
-    const auto logPosition = [=](float x, bool lanes) {
-        float q = x / reference;
-        if (lanes ? !(q > kRatioFloor) : q < 1.0e-9) q = kRatioFloor;  // the lanes floor NaN too
-        return (lanes ? fastLog10LanesModel(q) : fastLog10Model(q)) * logScale + offset;
-    };
-    for (const auto& [lo, hi] : {std::pair{-300000, 300000}, {10, 5}})
-        for (const bool log : {false, true})
-            sweep({log ? "CAPV_log" : "CAPV_lin", {block<float>("input", Role::In), block<int32_t>("output", Role::Out)},
-                   [=](const Blocks& b, uint32_t n) { log ? qxcalcCAPV_log(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, logScale, offset, reference)
-                                                          : qxcalcCAPV_lin(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, scale, offset); },
-                   [=](const Blocks& b, uint32_t n) { modelAxis(b.at<float>(0), n, b.at<int32_t>(1), lo, hi, [=](float x, bool lanes) {
-                       return log ? logPosition(x, lanes) : scale * x + offset; }); }, countsAround({8})});
+    static constexpr float kValues[] = {3.0f, 7.0f, 0.5f, 100.0f, 2.5f, -2.5f, 3.5f, -0.5f, 1.25f, -1.75f};
+    std::mt19937 rng(seed);
+    for (float* p = reinterpret_cast<float*>(to); n-- > 0;) *p++ = magnitudes ? std::fabs(kValues[rng() % 10]) : kValues[rng() % 10];
 }
 
-// What random data never meets. Each path's own logarithm form, exactly: |L| * 2^25 is an integer for
-// 0.25 <= |L| < 64 (the forms differ at 3 and 7). Exact halves: the short path rounds them away from zero,
-// the vector path in the current mode.
-TEST(CAPositions, EachPathTakesItsOwnLogarithmFormAndRoundsHalvesItsOwnWay)
+TEST(CAPositions, BothAxesMatchTheModelForEveryCountStartAndFence)
 {
-    for (const float x : {3.0f, 7.0f, 0.5f, 100.0f})
-        for (const uint32_t count : {1u, 8u}) {
-            std::vector<float> in(count, x);
-            std::vector<int32_t> out(count);
-            qxcalcCAPV_log(in.data(), count, out.data(), INT32_MIN, INT32_MAX, 0x1p25f, 0.0f, 1.0f);
-            EXPECT_EQ(out[count - 1] / 0x1p25, count == 1 ? fastLog10Model(x) : fastLog10LanesModel(x)) << x << " " << count;
+    struct Axis { int32_t lo, hi; float scale, offset, reference, logScale; };
+    for (const Axis& a : {Axis{-300000, 300000, 0.37f, 0.5f, 1000.0f, 1.0e5f}, {10, 5, 0.37f, 0.5f, 1000.0f, 1.0e5f},
+                          {INT32_MIN, INT32_MAX, 1.0f, 0.0f, 1.0f, 0x1p25f}})
+        for (const bool log : {false, true}) {
+            const auto logPosition = [=](float x, bool lanes) {
+                float q = x / a.reference;
+                if (lanes ? !(q > kRatioFloor) : q < 1.0e-9) q = kRatioFloor;  // the lanes floor NaN too
+                return (lanes ? fastLog10LanesModel(q) : fastLog10Model(q)) * a.logScale + a.offset;
+            };
+            BlockSpec input = block<float>("input", Role::In);
+            if (a.hi == INT32_MAX) input.fill = log ? fillExact<true> : fillExact<false>;
+            sweep({std::string(log ? "CAPV_log" : "CAPV_lin") + " up to " + std::to_string(a.hi), {input, block<int32_t>("output", Role::Out)},
+                   [=](const Blocks& b, uint32_t n) { log ? qxcalcCAPV_log(b.at<float>(0), n, b.at<int32_t>(1), a.lo, a.hi, a.logScale, a.offset, a.reference)
+                                                          : qxcalcCAPV_lin(b.at<float>(0), n, b.at<int32_t>(1), a.lo, a.hi, a.scale, a.offset); },
+                   [=](const Blocks& b, uint32_t n) { modelAxis(b.at<float>(0), n, b.at<int32_t>(1), a.lo, a.hi, [=](float x, bool lanes) {
+                       return log ? logPosition(x, lanes) : a.scale * x + a.offset; }); }, countsAround({8})});
         }
-    const auto positions = [](std::vector<float> in) {
-        std::vector<int32_t> out(in.size());
-        qxcalcCAPV_lin(in.data(), static_cast<uint32_t>(in.size()), out.data(), -100, 100, 1.0f, 0.0f);
-        return out;
-    };
-    const std::vector<float> halves = {2.5f, -2.5f, 3.5f, 0.5f, -0.5f, 1.25f, -1.75f, 7.0f};
-    EXPECT_EQ(positions({halves.begin(), halves.end() - 1}), (std::vector<int32_t>{3, -3, 4, 1, -1, 1, -2}));
-    EXPECT_EQ(positions(halves), (std::vector<int32_t>{2, -2, 4, 0, 0, 1, -2, 7}));
 }
 
 // Every sample type; then a sample under a zeroed head lane: zeroed before its coefficient, so no inf * 0.

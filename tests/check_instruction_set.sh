@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# Disassembles the library and checks the instruction set it relies on: AVX
-# and nothing beyond it (no FMA, no 256-bit integer AVX2 forms, no AVX-512),
-# every SSE-register instruction VEX-encoded, and no x87 arithmetic (x87 only
-# moves values: float results, 64-bit integer conversions); and in the
-# aligned-output kernels, every vector store to memory an aligned move.
+# Disassembles the library and checks the instruction set it relies on: AVX and nothing beyond it (no FMA, no
+# 256-bit integer AVX2 forms, no AVX-512), every SSE-register instruction VEX-encoded, and no x87 arithmetic (x87
+# only moves values: float results, 64-bit integer conversions); and in the aligned-output kernels, every vector
+# store to memory an aligned move.
 # Usage: check_instruction_set.sh OBJDUMP LIBRARY
 set -uo pipefail
 objdump=$1 library=$2

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# The library keeps no state of its own: every symbol of its writable,
-# zero-initialised and thread-local data belongs to the toolchain's start-up
-# code (named below). Reads the symbol table of the ELF library or the DLL.
+# The library keeps no state of its own: every symbol of its writable, zero-initialised and thread-local data
+# belongs to the toolchain's start-up code (named below). Reads the symbol table of the ELF library or the DLL.
 # Usage: check_no_state.sh NM LIBRARY
 set -euo pipefail
 symbols=$("$1" "$2" | awk '$2 ~ /^[bBdD]$/ && $3 !~ /^\./ { print $3 }')

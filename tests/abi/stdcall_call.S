@@ -6,7 +6,8 @@
  *                        uint32_t wordCount, uint32_t stackAdjust,
  *                        uint32_t resultKind, void* result, int32_t* drift)
  * stackAdjust: bytes taken off a 16-byte aligned stack before the pushes.
- * resultKind: 0 integer result (eax), 1 float and 2 double (popped off x87).
+ * resultKind: 0 integer result (eax), else a float or double popped off
+ * x87 and stored as a double.
  * cdecl; i386 only. */
     .text
     .globl qxtestCallStdcall
@@ -34,16 +35,12 @@ qxtestCallStdcall:
     movl %ecx, (%edx)
     movl 24(%ebp), %ecx
     movl 28(%ebp), %edx
-    cmpl $1, %ecx
-    jne 3f
-    fstps (%edx)
-    jmp 5f
-3:  cmpl $2, %ecx
-    jne 4f
+    testl %ecx, %ecx
+    jz 3f
     fstpl (%edx)
-    jmp 5f
-4:  movl %eax, (%edx)
-5:  leal -12(%ebp), %esp
+    jmp 4f
+3:  movl %eax, (%edx)
+4:  leal -12(%ebp), %esp
     popl %edi
     popl %esi
     popl %ebx

@@ -9,8 +9,7 @@
 
 using namespace qxtest;
 
-// Every export in table order on a scratch filled from `seed`, then an
-// interpolator's whole life; every byte they produced.
+// Every export in table order on a scratch filled from `seed`, then an interpolator's whole life; all their bytes.
 std::vector<unsigned char> oneRound(uint32_t seed)
 {
     Scratch s;

@@ -1,11 +1,9 @@
-// Bit-level helpers: results are compared bit for bit, and special values are
-// built from bit patterns (a float returned through x87 would lose a
-// signalling NaN's payload).
+// Bit-level helpers: results are compared bit for bit, and special values are built from bit patterns (a float
+// returned through x87 would lose a signalling NaN's payload).
 #pragma once
 
 #include <bit>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <type_traits>
@@ -34,11 +32,9 @@ T nanWithPayload(unsigned payload)
     else return doubleFromBits(0x7FF8000000000000ull | payload);
 }
 
-// Random samples. Plain: finite floats within +-1e6, integers within
-// +-30000 (so the type's extremes can serve as poison). With specials:
-// floats sprinkled with NaNs of varying payload and sign, infinities and
-// zeros of both signs; integers over their full range, sprinkled with the
-// type's extremes.
+// Random samples. Plain: finite floats within +-1e6, integers within +-30000 (so the type's extremes can serve
+// as poison). With specials: floats sprinkled with NaNs of varying payload, infinities and zeros, each of both
+// signs; integers over their full range, sprinkled with the type's extremes.
 template <class T>
 std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
 {
@@ -47,15 +43,11 @@ std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
     for (std::size_t i = 0; i < n; ++i) {
         if constexpr (std::is_floating_point_v<T>) {
             v[i] = static_cast<T>(std::uniform_real_distribution<double>(-1e6, 1e6)(rng));
-            if (specials && rng() % 16 == 0) {
-                switch (rng() % 6) {
-                case 0: v[i] = nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1)); break;
-                case 1: v[i] = -nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1)); break;
-                case 2: v[i] = T(0); break;
-                case 3: v[i] = -T(0); break;
-                case 4: v[i] = std::numeric_limits<T>::infinity(); break;
-                default: v[i] = -std::numeric_limits<T>::infinity(); break;
-                }
+            if (specials && rng() % 16 == 0) {  // a NaN, a zero or an infinity; odd kinds negative
+                const unsigned kind = rng() % 6;
+                const T magnitude = kind < 2 ? nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1))
+                                             : kind < 4 ? T(0) : std::numeric_limits<T>::infinity();
+                v[i] = kind % 2 ? -magnitude : magnitude;
             }
         } else {
             v[i] = specials ? static_cast<T>(rng()) : static_cast<T>(static_cast<int>(rng() % 60001) - 30000);

@@ -7,9 +7,8 @@
 
 namespace qxtest {
 
-// The rule for one sample: integers rounded once to the output precision
-// (long double holds every one exactly), times scale, plus offset; double
-// samples into float are scaled in double and only the sum is rounded.
+// The rule for one sample: integers rounded once to the output precision (long double holds every one exactly),
+// times scale, plus offset; double samples into float are scaled in double and only the sum is rounded.
 template <class Out, class Raw>
 Out scaledValue(Raw x, Out scale, Out offset)
 {

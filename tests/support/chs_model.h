@@ -1,6 +1,5 @@
-// The CHS interpolator as a plain model: the ring, each call's output count,
-// and each output's position, fraction and cubic with the interpolator's
-// grouping of adds and multiplies.
+// The CHS interpolator as a plain model: the ring, each call's output count, and each output's position, fraction
+// and cubic with the interpolator's grouping of adds and multiplies.
 #pragma once
 
 #include <cstdint>

@@ -61,9 +61,11 @@ void onFault(int)
     std::abort();
 }
 
-void installFaultHandlers()
+}  // namespace
+
+bool runWithoutFault(const std::function<void()>& call)
 {
-    static const bool installed = [] {
+    [[maybe_unused]] static const bool installed = [] {
         struct sigaction action {};
         action.sa_handler = onFault;
         sigemptyset(&action.sa_mask);
@@ -72,13 +74,6 @@ void installFaultHandlers()
         sigaction(SIGBUS, &action, nullptr);
         return true;
     }();
-    (void)installed;
-}
-}  // namespace
-
-bool runWithoutFault(const std::function<void()>& call)
-{
-    installFaultHandlers();
     sigjmp_buf jump;
     if (sigsetjmp(jump, 1) != 0) {
         activeJump = nullptr;

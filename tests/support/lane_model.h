@@ -1,6 +1,5 @@
-// x86 lane arithmetic for the scalar models: min/max with the accumulator
-// first, adds and multiplies that keep the first NaN operand, alignment
-// peels and halving reductions.
+// x86 lane arithmetic for the scalar models: min/max with the accumulator first, adds and multiplies that keep the
+// first NaN operand, alignment peels and halving reductions.
 #pragma once
 
 #include <cstddef>
@@ -20,9 +19,8 @@ T laneMax(T a, T b)
     return a > b ? a : b;
 }
 
-// When both operands are NaN the first one's payload survives, quieted (+ 0
-// quiets). Written out so that the compiler can neither swap the operands nor
-// turn a multiplication by -1 into a negation.
+// When both operands are NaN the first one's payload survives, quieted (+ 0 quiets). Written out so that the
+// compiler can neither swap the operands nor turn a multiplication by -1 into a negation.
 template <class T>
 T addX86(T a, T b)
 {
@@ -42,8 +40,7 @@ uint32_t peelOf(const T* p)
     return static_cast<uint32_t>(((Alignment - a % Alignment) % Alignment) / sizeof(T));
 }
 
-// Lane 0 of a halving reduction: lane i meets lane i + half, current first,
-// for half = width/2, width/4, ... 1.
+// Lane 0 of a halving reduction: lane i meets lane i + half, current first, for half = width/2, width/4, ... 1.
 template <class T, class Op>
 T reduceHalving(const T* lanes, unsigned width, Op op)
 {

@@ -36,8 +36,7 @@ void runningMinMax(const T* p, uint32_t n, T& lo, T& hi)
     }
 }
 
-// Vector path for n >= lanes: the first vector seeds the lanes, the aligned
-// body and then the last vector fold in, a halving reduction ends it.
+// Vector path for n >= lanes: the first vector seeds the lanes, the aligned body and the last vector fold in.
 template <class T>
 void vectorMinMax(const T* p, uint32_t n, T& outLo, T& outHi)
 {
@@ -116,9 +115,8 @@ void modelMinMaxAveRms(const T* p, uint32_t n, OffsetOf<T> offset, StatsState<T>
     vectorSums(p, n, peelOf<StatsGeometry<T>::alignment>(p), offset, s);
 }
 
-// qxcalcMoveAndGetMinMaxAveRMS_int16_t: from 8 samples on, strides <= 1 read the source contiguously as
-// that block's statistics; otherwise groups of eight aligned on the destination between scalar ends, and
-// the incoming min/max continue.
+// qxcalcMoveAndGetMinMaxAveRMS_int16_t: from 8 samples on, strides <= 1 read the source contiguously as that
+// block's statistics; otherwise groups of eight aligned on the destination between scalar ends, min/max continued.
 inline void modelMove(int16_t* dst, const int16_t* src, uint32_t n, StatsState<int16_t>& s, float offset,
                       int32_t stride)
 {

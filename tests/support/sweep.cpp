@@ -23,19 +23,6 @@ std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, u
 
 namespace {
 
-// The model's copy of a buffer, at the same address modulo 64 as the export's.
-struct ModelCopy {
-    std::vector<std::byte> storage;
-    std::byte* at = nullptr;
-    void mirror(const std::byte* of, std::size_t bytes)
-    {
-        storage.assign(bytes + 128, std::byte{0});
-        const auto misalign = reinterpret_cast<uintptr_t>(of) % 64;
-        at = storage.data() + (64 - reinterpret_cast<uintptr_t>(storage.data()) % 64) % 64 + misalign;
-        std::memcpy(at, of, bytes);
-    }
-};
-
 std::string hexBytes(const std::byte* p, std::size_t n)
 {
     std::ostringstream s;
@@ -62,8 +49,9 @@ void sweep(const SweepRow& row)
 {
     const std::size_t nBlocks = row.blocks.size();
     const uint32_t maxCount = *std::max_element(row.counts.begin(), row.counts.end());
-    std::vector<std::unique_ptr<GuardedArena>> arenas;
-    for (const BlockSpec& b : row.blocks) arenas.push_back(std::make_unique<GuardedArena>(b.elements(maxCount) * b.elementBytes + 64));
+    std::vector<std::unique_ptr<GuardedArena>> arenas, modelArenas;  // the model's copies sit at the same page offsets
+    for (const BlockSpec& b : row.blocks)
+        for (auto* a : {&arenas, &modelArenas}) a->push_back(std::make_unique<GuardedArena>(b.elements(maxCount) * b.elementBytes + 64));
 
     for (const DataSet set : row.dataSets) {
         std::vector<std::vector<std::byte>> sources;
@@ -79,21 +67,19 @@ void sweep(const SweepRow& row)
             for (bool more = true; more;) {
                 for (const bool trailingFirst : {true, false}) {
                     Blocks call, model;
-                    std::vector<ModelCopy> copies(nBlocks);
                     std::ostringstream where;
                     for (std::size_t i = 0; i < nBlocks; ++i) {
                         const BlockSpec& b = row.blocks[i];
                         const std::size_t bytes = b.elements(n) * b.elementBytes;
                         const bool atEnd = !b.swept || ((i % 2 == 0) == trailingFirst);
                         const unsigned misalign = start[i] * b.alignment;
-                        std::byte* p = atEnd ? arenas[i]->placeAgainstEnd(bytes, misalign)
-                                             : arenas[i]->placeAgainstStart(misalign);
+                        std::byte* p = atEnd ? arenas[i]->placeAgainstEnd(bytes, misalign) : arenas[i]->placeAgainstStart(misalign);
+                        std::byte* m = atEnd ? modelArenas[i]->placeAgainstEnd(bytes, misalign) : modelArenas[i]->placeAgainstStart(misalign);
                         if (b.incoming) b.incoming(p);
                         else std::memcpy(p, sources[i].data(), bytes);
                         arenas[i]->poisonAround(p, bytes, b.poison[0], b.poison[1], b.elementBytes);
-                        copies[i].mirror(p, bytes);
                         call.p.push_back(p);
-                        model.p.push_back(copies[i].at);
+                        model.p.push_back(static_cast<std::byte*>(std::memcpy(m, p, bytes)));
                         if (b.swept) where << " `" << b.name << "` at +" << misalign << (atEnd ? " by the end fence" : " by the start fence") << ";";
                     }
                     row.model(model, n);

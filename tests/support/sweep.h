@@ -1,15 +1,8 @@
-// The conformance sweep: one export's test is a row naming its buffers (role,
-// element type, required alignment, how many elements a count touches), how
-// to call the export and how to call its scalar model. The engine runs every
-// count of the row, every legal start offset of each swept buffer, each
-// buffer against its trailing and its leading fence with poisoned slack, and
-// each data set; it compares every byte of every buffer with the model's and
-// fails on a fault or on a touched poison byte.
-//
-// The model works on copies placed at the same address modulo 64 as the
-// export's buffers, so alignment-dependent paths (peels, masks) see the same
-// addresses modulo any vector width. Input buffers are compared too: an
-// export that writes its input differs from the model's untouched copy.
+// The conformance sweep: one export's test is a row naming its buffers (role, element type, required alignment,
+// how many elements a count touches), how to call the export and how to call its scalar model. The engine runs
+// every count, every legal start offset of each swept buffer, each buffer against its trailing and its leading
+// fence with poisoned slack, and each data set; it compares every byte of every buffer, inputs included, with the
+// model's (which works on copies at the export's page offsets) and fails on a fault or a touched poison byte.
 #pragma once
 
 #include <cstddef>
