@@ -52,8 +52,8 @@ void narrowInPlace(void* data, uint32_t count)
     const auto* doubles = static_cast<const double*>(data);
     auto* floats = static_cast<float*>(data);
     const uint32_t blocks = count / kNarrowBlock;
-    simd::forEachInOrder<8>(blocks, [&](uint32_t k) {
-        const uint32_t i = k * kNarrowBlock;
+    simd::forEachInOrder<8>(blocks, [&](std::size_t k) {
+        const std::size_t i = k * kNarrowBlock;
         simd::storeAligned(floats + i, _mm256_cvtpd_ps(_mm256_loadu_pd(doubles + i)));
     });
     const uint32_t done = blocks * kNarrowBlock;
@@ -70,8 +70,8 @@ double* widenInPlace(void* data, uint32_t count)
         const uint32_t i = blocks * kWidenBlock + j - 1;
         setElement(data, i, static_cast<double>(elementAt<float>(data, i)));
     }
-    simd::forEachInReverse<4>(blocks, [&](uint32_t k) {
-        const uint32_t i = k * kWidenBlock;
+    simd::forEachInReverse<4>(blocks, [&](std::size_t k) {
+        const std::size_t i = k * kWidenBlock;
         const __m256 eight = simd::loadAlignedFloat8(floats + i);
         simd::storeAligned(doubles + i + 4, _mm256_cvtps_pd(_mm256_extractf128_ps(eight, 1)));
         simd::storeAligned(doubles + i, _mm256_cvtps_pd(_mm256_castps256_ps128(eight)));

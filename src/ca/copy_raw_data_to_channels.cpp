@@ -95,7 +95,7 @@ void copyByVectors(const float* raw, float* channel, uint32_t count, float offse
     __m256 bases = _mm256_set1_ps(floatFromUint32(first));
     LaneMaxima lanes{correctedAt(0), _mm256_add_ps(bases, laneSteps)};
     const uint32_t blocks = count / L::width;
-    simd::forEachInOrder<4>(blocks - 1, [&](uint32_t k) {
+    simd::forEachInOrder<4>(blocks - 1, [&](std::size_t k) {
         const __m256 v = correctedAt((k + 1) * L::width);
         bases = _mm256_add_ps(bases, blockStep);
         lanes.fold(v, _mm256_add_ps(bases, laneSteps));

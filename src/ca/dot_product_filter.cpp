@@ -129,7 +129,7 @@ float filterByLanes(const T* samples, uint32_t count, const float* coefficients,
     const uint32_t blocks = (count - head) / W;
     const T* body = oldest + head;
     lanes.coefficient = coefficientOfTap(count - 1 - head);
-    simd::forEachInOrder<4>(blocks, [&](uint32_t b) { lanes.add(body + b * W); });
+    simd::forEachInOrder<4>(blocks, [&](std::size_t b) { lanes.add(body + b * W); });
 
     if (const int32_t rest = static_cast<int32_t>(count - head - blocks * W)) {
         lanes.coefficient = coefficientOfTap(W - 1);

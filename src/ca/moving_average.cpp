@@ -87,8 +87,8 @@ void averageBySegments(const double* input, double* output, uint16_t windowLengt
     std::fill(output, output + win.half + 1, _mm256_cvtsd_f64(means));
     const __m256d w = _mm256_set1_pd(win.w);
     const auto fourSegments = [s](const double* p) { return _mm256_setr_pd(p[0], p[s], p[2 * s], p[3 * s]); };
-    simd::forEachInOrder<2>(seg, [&](uint32_t step) {
-        const uint32_t t = step + 1;
+    simd::forEachInOrder<2>(seg, [&](std::size_t step) {
+        const std::size_t t = step + 1;
         means = slide(means, w, fourSegments(input + 2 * win.half + t), fourSegments(input + t - 1));
         double* out = output + win.half + t;
         const __m128d low = _mm256_castpd256_pd128(means), high = _mm256_extractf128_pd(means, 1);
@@ -102,8 +102,8 @@ void averageBySegments(const double* input, double* output, uint16_t windowLengt
     double mean = plainMean(input + 4 * s, win);
     const uint32_t first = 4 * seg + win.half + 1, lastSlid = count - 1 - win.half;
     const uint32_t steps = lastSlid >= first ? lastSlid - first + 1 : 0;
-    simd::forEachInOrder<8>(steps, [&](uint32_t i) {
-        const uint32_t j = first + i;
+    simd::forEachInOrder<8>(steps, [&](std::size_t i) {
+        const std::size_t j = first + i;
         mean = slide(mean, win.w, input[j + win.half], input[j - win.half - 1]);
         output[j] = mean;
     });

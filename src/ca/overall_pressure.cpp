@@ -40,7 +40,7 @@ void foldIntoOverall(const float* cycleValues, float* overallValues, uint32_t co
     const __m256d n = _mm256_set1_pd(nd), nPlusOne = _mm256_set1_pd(nd + 1.0);
     __m256 laneMax = _mm256_set1_ps(kMaximumSearchStart);
     const uint32_t blocks = count / L::width;
-    simd::forEachInOrder<2>(blocks, [&](uint32_t b) {
+    simd::forEachInOrder<2>(blocks, [&](std::size_t b) {
         float* at = overallValues + b * L::width;
         const simd::DoubleQuads overall = simd::widenFloat8(L::loadu(at));
         const simd::DoubleQuads cycle = simd::widenFloat8(L::loadu(cycleValues + b * L::width));

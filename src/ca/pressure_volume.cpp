@@ -103,8 +103,8 @@ void mapToAxis(const float* input, uint32_t count, int32_t* output, int32_t minV
     const uint32_t peel = simd::countBeforeBoundary<L::alignment>(input);
     const uint32_t head = peel == 0 ? L::width : peel;
     const uint32_t vectors = (count - head) / L::width;
-    simd::forEachInOrder<BodyUnroll>(vectors, [&](uint32_t k) {
-        const uint32_t i = head + k * L::width;
+    simd::forEachInOrder<BodyUnroll>(vectors, [&](std::size_t k) {
+        const std::size_t i = head + k * L::width;
         range.store(output + i, axis.positions(L::load(input + i)));
     });
     if (head + vectors * L::width < count) {

@@ -113,7 +113,7 @@ template <bool alignedStores, class Raw, class Out>
 [[gnu::noinline]] void scaleSteps(const Raw* raw, Out* out, uint32_t steps, Scaling<Work<Raw, Out>> k)
 {
     const ScalingLanes<Work<Raw, Out>> lanes(k);
-    simd::forEachInOrder<4>(steps, [=](uint32_t s) {
+    simd::forEachInOrder<4>(steps, [=](std::size_t s) {
         scaleStep<alignedStores>(raw + s * kStep, out + s * kStep, lanes);
     });
 }

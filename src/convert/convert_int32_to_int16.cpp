@@ -35,7 +35,7 @@ void convertInt32ToInt16(const int32_t* source, int16_t* destination, uint32_t c
     const __m128i lowHalves = _mm_set1_epi32(0xFFFF);
     simd::walkPeelStepsRest<4, 16, kStep>(
         source, count, [&](uint32_t i, uint32_t n) { narrowOneByOne(source + i, destination + i, n); },
-        [&](uint32_t i) {
+        [&](std::size_t i) {
             const __m128i packed = _mm_packus_epi32(low16Of(source + i, lowHalves), low16Of(source + i + 4, lowHalves));
             _mm_storeu_si128(reinterpret_cast<__m128i*>(destination + i), packed);
         });

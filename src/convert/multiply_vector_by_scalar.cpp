@@ -48,7 +48,7 @@ void multiplyVectorByScalar(T* samples, uint32_t count, T factor)
     const auto factors = L::broadcast(factor);
     simd::walkPeelStepsRest<8, Plan::bodyAlignment, L::width>(
         samples, count, [&](uint32_t i, uint32_t n) { multiplyOneByOne(samples + i, n, factor); },
-        [&](uint32_t i) {
+        [&](std::size_t i) {
             T* p = samples + i;
             simd::storeVector<aligned>(p, simd::mulInOrder(factors, aligned ? L::load(p) : L::loadu(p)));
         });

@@ -39,19 +39,21 @@ QX_INLINE AlignedBody<T> alignedBody(const T* p, std::uint32_t count)
 
 namespace detail {
 template <class Step, std::size_t... K>
-QX_INLINE void stepsInOrder(Step& step, std::uint32_t base, std::index_sequence<K...>)
+QX_INLINE void stepsInOrder(Step& step, std::size_t base, std::index_sequence<K...>)
 {
-    (step(base + static_cast<std::uint32_t>(K)), ...);
+    (step(base + K), ...);
 }
 }  // namespace detail
 
 // Calls step(0), step(1), ... step(n - 1) in that order; the body is unrolled
-// Unroll times, the n mod Unroll leftover steps run first.
+// Unroll times, the n mod Unroll leftover steps run first. The step index is
+// pointer-sized, so that 64-bit code addresses with it as it stands instead
+// of widening a 32-bit index at every step.
 template <unsigned Unroll, class Step>
 QX_INLINE void forEachInOrder(std::uint32_t n, Step&& step)
 {
-    std::uint32_t i = 0;
-    for (const std::uint32_t lead = n % Unroll; i < lead; ++i) step(i);
+    std::size_t i = 0;
+    for (const std::size_t lead = n % Unroll; i < lead; ++i) step(i);
     for (; i < n; i += Unroll) detail::stepsInOrder(step, i, std::make_index_sequence<Unroll>{});
 }
 
@@ -60,20 +62,20 @@ QX_INLINE void forEachInOrder(std::uint32_t n, Step&& step)
 template <unsigned Unroll, class Step>
 QX_INLINE void forEachInReverse(std::uint32_t n, Step&& step)
 {
-    forEachInOrder<Unroll>(n, [&](std::uint32_t j) { step(n - 1 - j); });
+    forEachInOrder<Unroll>(n, [&](std::size_t j) { step(n - 1 - j); });
 }
 
 // The walk of a block of `count` elements in three parts, in element order:
 // oneByOne(0, peel) for the elements before the first Alignment-byte
 // boundary of alignOn, step(i) for each whole vector of Width elements from
-// there (i its first element, unrolled Unroll times), and oneByOne(i, n) for
+// there (i its first element, pointer-sized, unrolled Unroll times), and oneByOne(i, n) for
 // the n elements left. An Alignment of the element size walks without a peel.
 template <unsigned Unroll, std::size_t Alignment, unsigned Width, class T, class OneByOne, class Step>
 QX_INLINE void walkPeelStepsRest(const T* alignOn, std::uint32_t count, OneByOne&& oneByOne, Step&& step)
 {
     const auto body = alignedBody<Alignment, Width>(alignOn, count);
     oneByOne(std::uint32_t{0}, body.peel);
-    forEachInOrder<Unroll>(body.vectors, [&](std::uint32_t k) { step(body.peel + k * Width); });
+    forEachInOrder<Unroll>(body.vectors, [&](std::size_t k) { step(body.peel + k * Width); });
     const std::uint32_t done = body.peel + body.vectors * Width;
     oneByOne(done, count - done);
 }

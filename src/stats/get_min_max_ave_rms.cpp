@@ -56,7 +56,7 @@ template <class T>
 {
     MinMaxVectors<T> m = minMax;
     SumLanes l = lanes;
-    simd::forEachInOrder<4>(vectors, [&](uint32_t k) {
+    simd::forEachInOrder<4>(vectors, [&](std::size_t k) {
         const auto v = Lanes<T>::load(first + k * Lanes<T>::width);
         m.fold(v);
         addAligned<T>(l, v, offsets);
@@ -116,7 +116,7 @@ void statsByVectorsMaskedEnds(const float* samples, uint32_t count, float* minVa
     const float* body = samples + head;
     const uint32_t vectors = (count - head) / L::width;
     const __m256d offsetQuad = _mm256_set1_pd(offset);
-    simd::forEachInOrder<4>(vectors, [&](uint32_t k) {
+    simd::forEachInOrder<4>(vectors, [&](std::size_t k) {
         const __m256 v = L::load(body + k * L::width);
         minMax.fold(v);
         lanes.add(simd::widenFloat8(v), offsetQuad);

@@ -125,7 +125,7 @@ __attribute__((noinline)) void inOrderFrom(uint32_t k, const int16_t* first, uin
         const int16_t* p = first + k * L16::width;
         if constexpr (separateMinMax)
             for (uint32_t j = 0; j < n; ++j) m.fold(L16::load(p + j * L16::width));
-        simd::forEachInOrder<2>(n, [&](uint32_t j) {
+        simd::forEachInOrder<2>(n, [&](std::size_t j) {
             const __m128i v = L16::load(p + j * L16::width);
             if constexpr (Copy) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (k + j) * L16::width), v);
             if constexpr (!separateMinMax) m.fold(v);

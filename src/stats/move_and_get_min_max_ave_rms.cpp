@@ -97,7 +97,7 @@ QX_INLINE __m128i gatherEight(const int16_t*& p, std::ptrdiff_t stride)
     MinMaxVectors<int16_t> m = minMax;
     SumLanes l = lanes;
     const __m256d offsets = _mm256_set1_pd(offset);
-    simd::forEachInOrder<2>(groups, [&](uint32_t k) {
+    simd::forEachInOrder<2>(groups, [&](std::size_t k) {
         const __m128i v = gatherEight(p, stride);
         _mm_store_si128(reinterpret_cast<__m128i*>(destination + k * L16::width), v);
         if constexpr (!separateMinMax) m.fold(v);
