@@ -123,16 +123,18 @@ QX_INLINE __m256 floatOctFromAnyInt64(const int64_t* p)
 }
 
 // Four int64 samples plus the bits of 1.5 * 2^52, as a double quad. Exactly
-// when all four lay in -2^51 .. 2^51 - 1 does every sum have the exponent of
-// 1.5 * 2^52: the top 12 bits of sum xor 2^52 are then zero.
+// when all four lay in -2^51 .. 2^51 - 1 does every sum have the sign and
+// exponent of 1.5 * 2^52: the top 12 bits of sum xor 1.5 * 2^52 are then
+// zero. (One constant serves as the bias, the xor and the subtrahend, which
+// matters with eight vector registers.)
 QX_INLINE __m256d biasedInt64Quad(const int64_t* p)
 {
-    const __m128i bias = _mm_set1_epi64x(0x4338000000000000);
+    const __m128i bias = _mm_castpd_si128(_mm_set1_pd(0x1.8p52));
     return _mm256_castsi256_pd(joinHalves(_mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), bias),
                                           _mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2)), bias)));
 }
 
-QX_INLINE __m256d exponentChange(__m256d biased) { return _mm256_xor_pd(biased, _mm256_set1_pd(0x1p52)); }
+QX_INLINE __m256d exponentChange(__m256d biased) { return _mm256_xor_pd(biased, _mm256_set1_pd(0x1.8p52)); }
 
 QX_INLINE bool inRange(__m256d exponentChanges)
 {
