@@ -23,5 +23,23 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/qxcalc-avx-config-version
 install(FILES ${PROJECT_BINARY_DIR}/qxcalc-avx-config.cmake ${PROJECT_BINARY_DIR}/qxcalc-avx-config-version.cmake
         DESTINATION ${packageDir})
 
+# The pkg-config file finds the prefix from its own place (the install stays
+# relocatable): one step up from pkgconfig/ and one for each level of the
+# library directory, which is two levels in Debian's lib/x86_64-linux-gnu.
+# Directories given as absolute paths are written as they are.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(QXCALC_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH up /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+  string(REGEX REPLACE "/$" "" up "${up}")
+  set(QXCALC_PC_PREFIX "\${pcfiledir}/${up}")
+endif()
+foreach(kind LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE "${CMAKE_INSTALL_${kind}}")
+    set(QXCALC_PC_${kind} "${CMAKE_INSTALL_${kind}}")
+  else()
+    set(QXCALC_PC_${kind} "\${prefix}/${CMAKE_INSTALL_${kind}}")
+  endif()
+endforeach()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/qxcalc-avx.pc.in ${PROJECT_BINARY_DIR}/qxcalc-avx.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qxcalc-avx.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
