@@ -375,8 +375,10 @@ QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Create(
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Destroy(CHSInterpolator* handle);
 /* Feeds count samples (1 to ring length - 2; a 2-slot ring takes none) and
  * returns every output now computable (up to about the second-newest
- * sample; none until two samples have been fed). Checks in order: count 0 or
- * NULL handle (1), count too large (2), stopped (3). */
+ * sample; none until two samples have been fed). Blocks of at most ring
+ * length - 3 give outputs that do not depend on how the stream is cut: a block
+ * of length - 2 overwrites a point that the call's first outputs still read.
+ * Checks in order: count 0 or NULL handle (1), count too large (2), stopped (3). */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_InterpolateValues(
     CHSInterpolator* handle, const float* samples, uint32_t count, float** outputOut,
     uint32_t* outputCountOut);

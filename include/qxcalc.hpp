@@ -6,13 +6,15 @@
  * status codes become std::error_code, the interpolator handle becomes a
  * move-only owner, and block statistics get an accumulator that forms
  * average and RMS. Nothing is checked beyond what the exports check;
- * the preconditions of qxcalc.h hold unchanged (asserts state the size rules
- * in debug builds). Per-sample filters, the IIR and graph records and the
- * version query are used as qxcalc.h declares them.
+ * the preconditions of qxcalc.h hold unchanged (asserts state the size,
+ * non-empty and alignment rules in debug builds). Per-sample filters, the IIR
+ * and graph records and the version query are used as qxcalc.h declares them.
+ * Results that carry a status are [[nodiscard]]: a dropped one warns.
  */
 #ifndef QXCALC_HPP
 #define QXCALC_HPP
 
+#include <bit>
 #include <cassert>
 #include <cmath>
 #include <cstdint>
@@ -32,6 +34,18 @@ uint32_t count32(std::span<T> block) noexcept
 {
     assert(block.size() <= UINT32_MAX);
     return static_cast<uint32_t>(block.size());
+}
+// Minimum and maximum of nothing are not defined: the exports read the first sample.
+template <class T>
+uint32_t nonEmptyCount32(std::span<T> block) noexcept
+{
+    assert(!block.empty());
+    return count32(block);
+}
+// The _aligned_output exports store whole vectors at the output's address.
+inline bool startsOn32Bytes(const void* p) noexcept
+{
+    return reinterpret_cast<uintptr_t>(p) % 32 == 0;
 }
 // The filters that read backwards take their newest sample: the block's last.
 template <class T>
@@ -127,25 +141,25 @@ struct MinMax {
 inline MinMax<double> getMinMax(std::span<const double> samples) noexcept
 {
     MinMax<double> r;
-    qxcalcGetMinMax_double(samples.data(), detail::count32(samples), &r.min, &r.max);
+    qxcalcGetMinMax_double(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
     return r;
 }
 inline MinMax<float> getMinMax(std::span<const float> samples) noexcept
 {
     MinMax<float> r;
-    qxcalcGetMinMax_float(samples.data(), detail::count32(samples), &r.min, &r.max);
+    qxcalcGetMinMax_float(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
     return r;
 }
 inline MinMax<int16_t> getMinMax(std::span<const int16_t> samples) noexcept
 {
     MinMax<int16_t> r;
-    qxcalcGetMinMax_int16_t(samples.data(), detail::count32(samples), &r.min, &r.max);
+    qxcalcGetMinMax_int16_t(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
     return r;
 }
 inline MinMax<int32_t> getMinMax(std::span<const int32_t> samples) noexcept
 {
     MinMax<int32_t> r;
-    qxcalcGetMinMax_int32_t(samples.data(), detail::count32(samples), &r.min, &r.max);
+    qxcalcGetMinMax_int32_t(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
     return r;
 }
 
@@ -265,6 +279,7 @@ inline void channelGetScaledValuesAtPos(RawSampleType type, const void* raw, std
                                         OutputAlignment alignment = OutputAlignment::any) noexcept
 {
     assert(output.size() <= INT32_MAX);
+    assert(alignment == OutputAlignment::any || detail::startsOn32Bytes(output.data()));
     const ChannelScaleParams_double params{raw, output.data(), scale, offset, static_cast<int32_t>(output.size()),
                                            static_cast<uint32_t>(type)};
     if (alignment == OutputAlignment::aligned32) qxcalcChannelGetScaledValuesAtPos_double_aligned_output(&params);
@@ -274,6 +289,7 @@ inline void channelGetScaledValuesAtPos(RawSampleType type, const void* raw, std
                                         float offset, OutputAlignment alignment = OutputAlignment::any) noexcept
 {
     assert(output.size() <= INT32_MAX);
+    assert(alignment == OutputAlignment::any || detail::startsOn32Bytes(output.data()));
     const ChannelScaleParams_float params{raw, output.data(), scale, offset, static_cast<int32_t>(output.size()),
                                           static_cast<uint32_t>(type)};
     if (alignment == OutputAlignment::aligned32) qxcalcChannelGetScaledValuesAtPos_float_aligned_output(&params);
@@ -401,25 +417,48 @@ inline void caRunningVal(std::span<const float> cycle, std::span<const float> le
 /* ---- CHS interpolator --------------------------------------------------------
  * Owns one interpolator: released when the owner is destroyed or assigned to.
  * Moving leaves the source empty; calls on an empty owner fail with
- * invalidArgument. Output spans refer to the interpolator's own buffer and
- * stay valid until the next call on it. */
+ * invalidArgument.
+ * Blocks of up to ring length - 3 samples give the same outputs however the
+ * stream is cut (a block of length - 2 is accepted, but overwrites the oldest
+ * point that the first outputs of the call still read); createForBlocks sizes
+ * the ring so. Where the rates' ratio is not exact in binary, an output's
+ * position is summed from where its call started, so a different cut can move
+ * it by one rounding step: about one output in 500 then differs in its last
+ * bit (44.1 kHz to 48 kHz). */
 
 class Interpolator {
 public:
-    struct Result {
+    // The output span points into the interpolator's own buffer: it stays valid
+    // until the next call on the same interpolator (interpolate, stop, reset),
+    // its move or its destruction. Copy what must live longer.
+    struct [[nodiscard]] Result {
         std::span<const float> output; // empty on failure
         std::error_code error;
     };
 
     Interpolator() noexcept = default;
     // An empty owner and the reason when the rates or the ring length are refused.
-    static Interpolator create(double inputRate, double outputRate, uint32_t bufferLength,
-                               std::error_code& error) noexcept
+    [[nodiscard]] static Interpolator create(double inputRate, double outputRate, uint32_t bufferLength,
+                                             std::error_code& error) noexcept
     {
         const CHSInterpolatorParams params{inputRate, outputRate, bufferLength};
         Interpolator owner;
         error = static_cast<Status>(qxcalcCHSInterpolator_Create(&owner.handle_, &params));
         return owner;
+    }
+    // An interpolator for blocks of 1 to largestBlock samples, with the smallest
+    // ring that keeps its outputs independent of how the stream is cut: the
+    // power of two of at least largestBlock + 3. More than 2^31 - 3 samples a
+    // block is refused with badBufferSize.
+    [[nodiscard]] static Interpolator createForBlocks(double inputRate, double outputRate, uint32_t largestBlock,
+                                                      std::error_code& error) noexcept
+    {
+        const uint64_t ringLength = std::bit_ceil(uint64_t{largestBlock} + 3);
+        if (ringLength > UINT32_MAX) {
+            error = Status::badBufferSize;
+            return {};
+        }
+        return create(inputRate, outputRate, static_cast<uint32_t>(ringLength), error);
     }
 
     Interpolator(Interpolator&& other) noexcept : handle_(other.handle_) { other.handle_ = nullptr; }
@@ -439,7 +478,8 @@ public:
     explicit operator bool() const noexcept { return handle_ != nullptr; }
     CHSInterpolator* handle() const noexcept { return handle_; }
 
-    // Feeds 1 to ring length - 2 samples; returns every output now computable.
+    // Feeds 1 to ring length - 2 samples (see above for length - 3); returns
+    // every output now computable.
     Result interpolate(std::span<const float> samples) noexcept
     {
         float* output = nullptr;
@@ -457,7 +497,10 @@ public:
         return {{output, count}, status};
     }
     // Starts a new stream with the same rates and ring.
-    std::error_code reset() noexcept { return static_cast<Status>(qxcalcCHSInterpolator_Reset(handle_)); }
+    [[nodiscard]] std::error_code reset() noexcept
+    {
+        return static_cast<Status>(qxcalcCHSInterpolator_Reset(handle_));
+    }
 
 private:
     void release() noexcept

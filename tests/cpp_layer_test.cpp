@@ -108,6 +108,23 @@ TEST(CHSLayerLifecycle, OwnerMovesAndReportsEveryStatus)
     EXPECT_EQ(other.interpolate(std::span(x).first(2)).output.size(), 1u);
 }
 
+// A ring sized for blocks of 62 (128, not 64, where a block of 62 would overwrite a point still to be read).
+TEST(CppLayer, InterpolatorSizedForItsLargestBlockGivesTheOutputsOfSmallBlocks)
+{
+    const std::vector<float> x = irregular(2000, 0.05f);
+    const auto resample = [&](std::size_t block) {
+        std::error_code error;
+        qxcalc::Interpolator chs = qxcalc::Interpolator::createForBlocks(48000.0, 44100.0, 62, error);
+        std::vector<float> y;
+        for (std::size_t done = 0; done < x.size(); done += block) {
+            const auto fed = chs.interpolate(std::span(x).subspan(done, std::min(block, x.size() - done)));
+            y.insert(y.end(), fed.output.begin(), fed.output.end());
+        }
+        return y;
+    };
+    EXPECT_EQ(resample(62), resample(5));
+}
+
 // Each sample type: a short block with the lowest sample, one long enough for the vector path, a short one with the highest.
 TEST(CppLayer, RunningStatisticsFormAverageAndRmsOverBlocksOfBothPaths)
 {
