@@ -421,10 +421,9 @@ inline void caRunningVal(std::span<const float> cycle, std::span<const float> le
  * Blocks of up to ring length - 3 samples give the same outputs however the
  * stream is cut (a block of length - 2 is accepted, but overwrites the oldest
  * point that the first outputs of the call still read); createForBlocks sizes
- * the ring so. Where the rates' ratio is not exact in binary, an output's
- * position is summed from where its call started, so a different cut can move
- * it by one rounding step: about one output in 500 then differs in its last
- * bit (44.1 kHz to 48 kHz). */
+ * the ring so. An output's position is summed from where its call started,
+ * so with some rate pairs a different cut moves it by one rounding step: about
+ * one output in 500 then differs in its last bit (44.1 kHz to 48 kHz). */
 
 class Interpolator {
 public:
