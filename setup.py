@@ -1,0 +1,57 @@
+"""Builds the qxcalc package's extension module with the project's CMake build.
+
+The build configures its own tree (build/temp.*/cmake) for the interpreter that
+runs it and installs the CMake component `python` there: the module, whose
+RUNPATH is $ORIGIN, and libqxcalc-avx.so.1 beside it. Both go into the package.
+QXCALC_CMAKE_BUILD_DIR names an already configured build tree to reuse instead.
+"""
+import os
+import shutil
+import subprocess
+import sys
+import sysconfig
+from pathlib import Path
+
+from setuptools import Extension, setup
+from setuptools.command.build_ext import build_ext
+
+SOURCE = Path(__file__).resolve().parent
+
+
+class CMakeBuild(build_ext):
+    def run(self):
+        if shutil.which("cmake") is None:
+            sys.exit("qxcalc: cmake is needed to build the extension module (Debian: apt-get install cmake g++)")
+        super().run()
+
+    def build_extension(self, ext):
+        tree = Path(os.environ.get("QXCALC_CMAKE_BUILD_DIR") or Path(self.build_temp).resolve() / "cmake")
+        if not (tree / "CMakeCache.txt").exists() or "QXCALC_CMAKE_BUILD_DIR" not in os.environ:
+            self.cmake("-S", SOURCE, "-B", tree, "-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF",
+                       "-DQXCALC_BUILD_TESTS=OFF", "-DQXCALC_BUILD_EXAMPLES=OFF", "-DQXCALC_BUILD_PYTHON=ON",
+                       f"-DPython3_EXECUTABLE={sys.executable}")
+        cache = (tree / "CMakeCache.txt").read_text()
+        if "QXCALC_BUILD_PYTHON:BOOL=ON" not in cache or "pybind11_DIR:PATH=" not in cache:
+            sys.exit(f"qxcalc: CMake found no pybind11 or no Python headers for {sys.executable}; "
+                     "on Debian install pybind11-dev and python3-dev and use /usr/bin/python3 "
+                     "(or a venv made from it)")
+        self.cmake("--build", tree, "--target", "_qxcalc", "-j", str(os.cpu_count() or 1))
+        staging = Path(self.build_temp).resolve() / "staging"
+        shutil.rmtree(staging, ignore_errors=True)
+        self.cmake("--install", tree, "--component", "python", "--prefix", staging)
+        module = Path(self.get_ext_fullpath(ext.name))
+        module.parent.mkdir(parents=True, exist_ok=True)
+        suffix = sysconfig.get_config_var("EXT_SUFFIX")
+        for built in (staging / "qxcalc").iterdir():
+            if built.name.startswith("_qxcalc.") and not built.name.endswith(suffix):
+                sys.exit(f"qxcalc: the module was built as {built.name} for another interpreter than "
+                         f"{sys.executable}; set QXCALC_CMAKE_BUILD_DIR to a tree configured for it")
+            if built.name.startswith(("_qxcalc.", "libqxcalc-avx.so")):
+                shutil.copy2(built, module.parent / built.name)
+
+    def cmake(self, *arguments):
+        print("cmake", *arguments)
+        subprocess.run(["cmake", *map(str, arguments)], check=True)
+
+
+setup(ext_modules=[Extension("qxcalc._qxcalc", sources=[])], cmdclass={"build_ext": CMakeBuild})
