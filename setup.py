@@ -1,10 +1,11 @@
 """Builds the qxcalc package's extension module with the project's CMake build.
 
-The build configures its own tree (build/temp.*/cmake) for the interpreter that
+The build configures its own tree (build/temp.*/cmake-*) for the interpreter that
 runs it and installs the CMake component `python` there: the module, whose
 RUNPATH is $ORIGIN, and libqxcalc-avx.so.1 beside it. Both go into the package.
 QXCALC_CMAKE_BUILD_DIR names an already configured build tree to reuse instead.
 """
+import hashlib
 import os
 import shutil
 import subprocess
@@ -25,7 +26,9 @@ class CMakeBuild(build_ext):
         super().run()
 
     def build_extension(self, ext):
-        tree = Path(os.environ.get("QXCALC_CMAKE_BUILD_DIR") or Path(self.build_temp).resolve() / "cmake")
+        # One tree per interpreter: CMake keeps the Python it found in its cache.
+        own = Path(self.build_temp).resolve() / f"cmake-{hashlib.sha1(sys.executable.encode()).hexdigest()[:8]}"
+        tree = Path(os.environ.get("QXCALC_CMAKE_BUILD_DIR") or own)
         if not (tree / "CMakeCache.txt").exists() or "QXCALC_CMAKE_BUILD_DIR" not in os.environ:
             self.cmake("-S", SOURCE, "-B", tree, "-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF",
                        "-DQXCALC_BUILD_TESTS=OFF", "-DQXCALC_BUILD_EXAMPLES=OFF", "-DQXCALC_BUILD_PYTHON=ON",

@@ -288,8 +288,8 @@ public:
             using T = decltype(tag);
             const T* in = elements<T>(samples, "samples");
             auto out = fresh<T>(samples.size());
-            for (py::ssize_t i = 0; i < samples.size(); ++i)
-                out.mutable_data()[i] = Floating<T>::iir(&filter_, in[i]);
+            T* y = out.mutable_data();
+            for (py::ssize_t i = 0; i < samples.size(); ++i) y[i] = Floating<T>::iir(&filter_, in[i]);
             return out;
         });
     }
@@ -310,8 +310,8 @@ public:
     {
         const double* in = elements<double>(white, "white");
         auto out = fresh<double>(white.size());
-        for (py::ssize_t i = 0; i < white.size(); ++i)
-            out.mutable_data()[i] = qxcalcPinkFilter_double(&state_, in[i]);
+        double* y = out.mutable_data();
+        for (py::ssize_t i = 0; i < white.size(); ++i) y[i] = qxcalcPinkFilter_double(&state_, in[i]);
         return out;
     }
     void reset() { state_ = {}; }
