@@ -17,6 +17,11 @@ from setuptools import Extension, setup
 from setuptools.command.build_ext import build_ext
 
 SOURCE = Path(__file__).resolve().parent
+try:  # pip --no-build-isolation uses the interpreter's own setuptools and wheel
+    from wheel.bdist_wheel import bdist_wheel
+except ImportError:
+    sys.exit(f"qxcalc: building needs the wheel package for {sys.executable}; on Debian install python3-wheel "
+             "and use /usr/bin/python3 or a venv made from it (python3 -m venv --system-site-packages DIR)")
 
 
 class CMakeBuild(build_ext):
@@ -57,4 +62,4 @@ class CMakeBuild(build_ext):
         subprocess.run(["cmake", *map(str, arguments)], check=True)
 
 
-setup(ext_modules=[Extension("qxcalc._qxcalc", sources=[])], cmdclass={"build_ext": CMakeBuild})
+setup(ext_modules=[Extension("qxcalc._qxcalc", sources=[])], cmdclass={"build_ext": CMakeBuild, "bdist_wheel": bdist_wheel})
