@@ -3,7 +3,6 @@
 The build configures its own tree (build/temp.*/cmake-*) for the interpreter that
 runs it and installs the CMake component `python` there: the module, whose
 RUNPATH is $ORIGIN, and libqxcalc-avx.so.1 beside it. Both go into the package.
-QXCALC_CMAKE_BUILD_DIR names an already configured build tree to reuse instead.
 """
 import hashlib
 import os
@@ -31,15 +30,14 @@ class CMakeBuild(build_ext):
         super().run()
 
     def build_extension(self, ext):
-        # One tree per interpreter: CMake keeps the Python it found in its cache.
-        own = Path(self.build_temp).resolve() / f"cmake-{hashlib.sha1(sys.executable.encode()).hexdigest()[:8]}"
-        tree = Path(os.environ.get("QXCALC_CMAKE_BUILD_DIR") or own)
-        if not (tree / "CMakeCache.txt").exists() or "QXCALC_CMAKE_BUILD_DIR" not in os.environ:
-            self.cmake("-S", SOURCE, "-B", tree, "-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF",
-                       "-DQXCALC_BUILD_TESTS=OFF", "-DQXCALC_BUILD_EXAMPLES=OFF", "-DQXCALC_BUILD_PYTHON=ON",
-                       f"-DPython3_EXECUTABLE={sys.executable}")
-        cache = (tree / "CMakeCache.txt").read_text()
-        if "QXCALC_BUILD_PYTHON:BOOL=ON" not in cache or "pybind11_DIR:PATH=" not in cache:
+        # One tree per interpreter (CMake keeps the Python it found in its cache);
+        # the virtual environments of one interpreter share it.
+        interpreter = os.path.realpath(sys.executable)
+        tree = Path(self.build_temp).resolve() / f"cmake-{hashlib.sha1(interpreter.encode()).hexdigest()[:8]}"
+        self.cmake("-S", SOURCE, "-B", tree, "-DCMAKE_BUILD_TYPE=Release", "-DBUILD_TESTING=OFF",
+                   "-DQXCALC_BUILD_TESTS=OFF", "-DQXCALC_BUILD_EXAMPLES=OFF", "-DQXCALC_BUILD_PYTHON=ON",
+                   f"-DPython3_EXECUTABLE={sys.executable}")
+        if not (tree / "python" / "cmake_install.cmake").exists():  # the module's folder was left out
             sys.exit(f"qxcalc: CMake found no pybind11 or no Python headers for {sys.executable}; "
                      "on Debian install pybind11-dev and python3-dev and use /usr/bin/python3 "
                      "(or a venv made from it)")
@@ -52,8 +50,7 @@ class CMakeBuild(build_ext):
         suffix = sysconfig.get_config_var("EXT_SUFFIX")
         for built in (staging / "qxcalc").iterdir():
             if built.name.startswith("_qxcalc.") and not built.name.endswith(suffix):
-                sys.exit(f"qxcalc: the module was built as {built.name} for another interpreter than "
-                         f"{sys.executable}; set QXCALC_CMAKE_BUILD_DIR to a tree configured for it")
+                sys.exit(f"qxcalc: the module was built as {built.name}, not for {sys.executable}")
             if built.name.startswith(("_qxcalc.", "libqxcalc-avx.so")):
                 shutil.copy2(built, module.parent / built.name)
 

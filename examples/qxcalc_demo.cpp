@@ -312,7 +312,7 @@ void linearTicks(double from, double to, double step, int p0, int p1, std::vecto
                    std::max(p0, p1), scale, offset);
     for (float v : values) {
         char label[32];
-        std::snprintf(label, sizeof label, "%.6g", v == 0 ? 0.0 : static_cast<double>(v));
+        std::snprintf(label, sizeof label, "%.6G", v == 0 ? 0.0 : static_cast<double>(v));
         labels.push_back(label);
     }
 }
