@@ -6,9 +6,8 @@ from types import TracebackType
 from typing import Literal, TypeVar, overload
 
 import numpy as np
-from numpy.typing import DTypeLike, NDArray
+from numpy.typing import NDArray
 
-_Stat = TypeVar("_Stat", np.float64, np.float32, np.int16, np.int32)
 _Real = TypeVar("_Real", np.float64, np.float32)
 _Raw = np.uint8 | np.int8 | np.int16 | np.uint16 | np.int32 | np.uint32 | np.int64 | np.float32 | np.float64
 _Counts = np.float32 | np.int16 | np.int32
@@ -17,26 +16,23 @@ def version() -> tuple[int, int]:
     """(major, minor) version of the library, (1, 44) for this release."""
 
 @overload
-def min_max(samples: NDArray[np.float64] | NDArray[np.float32]) -> tuple[float, float]: ...
+def min_max(samples: NDArray[np.float64] | NDArray[np.float32]) -> tuple[float, float]:
+    """(min, max) of a non-empty float64, float32, int16 or int32 block, in the samples' units."""
 @overload
 def min_max(samples: NDArray[np.int16] | NDArray[np.int32]) -> tuple[int, int]: ...
-def min_max(samples: NDArray[_Stat]) -> tuple[float, float] | tuple[int, int]:
-    """(min, max) of a non-empty float64, float32, int16 or int32 block, in the samples' units."""
 
 @overload
 def statistics(samples: NDArray[np.float64] | NDArray[np.float32], offset: float = 0.0, sum: float = 0.0,
-               sum_of_squares: float = 0.0) -> tuple[float, float, float, float]: ...
-@overload
-def statistics(samples: NDArray[np.int16] | NDArray[np.int32], offset: float = 0.0, sum: float = 0.0,
-               sum_of_squares: float = 0.0) -> tuple[int, int, float, float]: ...
-def statistics(samples: NDArray[_Stat], offset: float = 0.0, sum: float = 0.0,
-               sum_of_squares: float = 0.0) -> tuple[float | int, float | int, float, float]:
-    """(min, max, sum, sum of (x + offset)**2) of a non-empty block.
+               sum_of_squares: float = 0.0) -> tuple[float, float, float, float]:
+    """(min, max, sum, sum of (x + offset)**2) of a non-empty float64, float32, int16 or int32 block.
 
     sum and sum_of_squares are running totals (float64) the block's sums are added to;
     average = sum / count, RMS = sqrt(sum_of_squares / count), in the samples' units.
     offset is taken as float32 for float32 and int16 blocks.
     """
+@overload
+def statistics(samples: NDArray[np.int16] | NDArray[np.int32], offset: float = 0.0, sum: float = 0.0,
+               sum_of_squares: float = 0.0) -> tuple[int, int, float, float]: ...
 
 def move_statistics(source: NDArray[np.int16], stride: int = 1,
                     offset: float = 0.0) -> tuple[NDArray[np.int16], int, int, float, float]:
@@ -60,19 +56,19 @@ def double_to_single(source: NDArray[np.float64]) -> NDArray[np.float32]:
 def single_to_double(source: NDArray[np.float32]) -> NDArray[np.float64]:
     """float32 array widened to a new float64 array."""
 
+# type[np.float32] and type[np.float64] are one type to a checker (the bit width is
+# a type parameter), so it takes the two overloads for overlapping.
 @overload
-def scale_channel(raw: NDArray[_Raw], scale: float, offset: float,
-                  dtype: Literal["float64"] | type[np.float64] = ...) -> NDArray[np.float64]: ...
-@overload
-def scale_channel(raw: NDArray[_Raw], scale: float, offset: float,
-                  dtype: Literal["float32"] | type[np.float32]) -> NDArray[np.float32]: ...
-def scale_channel(raw: NDArray[_Raw], scale: float, offset: float,
-                  dtype: DTypeLike = "float64") -> NDArray[np.float64] | NDArray[np.float32]:
+def scale_channel(raw: NDArray[_Raw], scale: float, offset: float,  # type: ignore[misc]
+                  dtype: Literal["float32"] | type[np.float32]) -> NDArray[np.float32]:
     """raw * scale + offset: raw counts of nine formats in physical units.
 
-    scale: units per count; offset: units; both rounded to dtype (float64 or float32),
-    which is also the result's dtype and the arithmetic's precision.
+    scale: units per count; offset: units; both rounded to dtype (float64, the default,
+    or float32), which is also the result's dtype and the arithmetic's precision.
     """
+@overload
+def scale_channel(raw: NDArray[_Raw], scale: float, offset: float,
+                  dtype: Literal["float64"] | type[np.float64] = "float64") -> NDArray[np.float64]: ...
 
 class IIRFilter:
     """A cascade of IIR sections with its history, run one sample at a time.
