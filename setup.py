@@ -59,4 +59,5 @@ class CMakeBuild(build_ext):
         subprocess.run(["cmake", *map(str, arguments)], check=True)
 
 
-setup(ext_modules=[Extension("qxcalc._qxcalc", sources=[])], cmdclass={"build_ext": CMakeBuild, "bdist_wheel": bdist_wheel})
+setup(ext_modules=[Extension("qxcalc._qxcalc", sources=[])],
+      cmdclass={"build_ext": CMakeBuild, "bdist_wheel": bdist_wheel})

@@ -134,16 +134,18 @@ int main(int argc, char** argv)
         {"mono.wav", "no angle channel: cycle analysis skipped", {"channel0.png", "channel0_8000Hz.wav"}},
         {"noise.wav", "no complete engine cycle in channel 1: cycle analysis skipped",
          {"channel0.png", "channel0_8000Hz.wav", "channel1.png"}},
-        {"stereo.wav", "no volume channel: cycle analysis skipped", {"channel0.png", "channel0_8000Hz.wav", "channel1.png"}}};
+        {"stereo.wav", "no volume channel: cycle analysis skipped",
+         {"channel0.png", "channel0_8000Hz.wav", "channel1.png"}}};
     for (const auto& other : others) {
         fs::remove_all(dir / "other");
-        const int c = run(demo + " --output-dir " + (dir / "other").string() + " --input " + (dir / other.input).string(),
-                          dir, out, err);
+        const std::string input = (dir / other.input).string();
+        const int c = run(demo + " --output-dir " + (dir / "other").string() + " --input " + input, dir, out, err);
         expect(c == 0 && err.empty() && out.find("\n" + other.skipped + "\n") != std::string::npos &&
                    fs::exists(dir / "other") && filesIn(dir / "other") == other.files,
                other.input + ": exit " + std::to_string(c) + ", " + err + out);
         for (const auto& file : other.files)
-            expect(fs::exists(dir / "other" / file) && fs::file_size(dir / "other" / file) > 1000, other.input + ": " + file);
+            expect(fs::exists(dir / "other" / file) && fs::file_size(dir / "other" / file) > 1000,
+                   other.input + ": " + file);
     }
 
     // Bad input: one message line, the exit code, nothing written.
@@ -158,7 +160,8 @@ int main(int argc, char** argv)
         int code;
     } bad[] = {{"--input " + (dir / "missing.wav").string(), "cannot open", 1},
                {"--input " + (dir / "text.wav").string(), "is not a WAV file", 1},
-               {"--input " + (dir / "stereo.wav").string() + " --vibration 3", "has 2 channel(s); the channel roles need 4", 1},
+               {"--input " + (dir / "stereo.wav").string() + " --vibration 3",
+                "has 2 channel(s); the channel roles need 4", 1},
                {"--input " + (dir / "float.wav").string(), "is not a 16-bit PCM recording", 1},
                {"--input " + (dir / "24bit.wav").string(), "is not a 16-bit PCM recording", 1},
                {"--input " + (dir / "cut.wav").string(), "is truncated", 1},

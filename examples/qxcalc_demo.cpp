@@ -160,8 +160,8 @@ Recording read(Options& o)
     char log[4096] = {};
     sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
     const std::string text = log;
-    if (const size_t data = text.find("data : "); data != std::string::npos &&
-                                                  text.substr(data, text.find('\n', data) - data).find("should be") != std::string::npos)
+    const size_t data = text.find("data : ");
+    if (data != std::string::npos && text.substr(data, text.find('\n', data) - data).find("should be") != std::string::npos)
         throw Failure{1, o.input + " is truncated: it holds less data than its header announces"};
     int* roles[] = {&o.pressure, &o.angle, &o.volume, &o.vibration};
     int needed = 0;
@@ -379,8 +379,10 @@ struct Role {
 // The role of a channel, or the plain counts of one without a role.
 Role roleOf(const Options& o, int channel)
 {
-    const Role roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"}, {o.angle, "angle", o.angleScale, "deg"},
-                          {o.volume, "volume", o.volumeScale, "cm3"}, {o.vibration, "vibration", o.vibrationScale, "g"}};
+    const Role roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"},
+                          {o.angle, "angle", o.angleScale, "deg"},
+                          {o.volume, "volume", o.volumeScale, "cm3"},
+                          {o.vibration, "vibration", o.vibrationScale, "g"}};
     for (const Role& r : roles)
         if (r.channel == channel) return r;
     return {channel, "-", 1.0, "counts"};
@@ -448,7 +450,8 @@ demo::Bitmap drawTrace(const float* values, uint32_t n, double rate, const Role&
         for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
         return text;
     };
-    const std::string title = "CHANNEL " + std::to_string(role.channel) + (role.scale != 1.0 ? " " + upper(role.name) : "");
+    const std::string title =
+        "CHANNEL " + std::to_string(role.channel) + (role.scale != 1.0 ? " " + upper(role.name) : "");
     plot.drawAxes(b, xt, xl, yt, yl, "TIME (S)", "(" + upper(role.unit) + ")", title);
     const auto trace = plot.map(xs.data(), 0, ys.data(), static_cast<uint32_t>(ys.size()));
     demo::drawCurve(b, trace, demo::kCurve);
@@ -526,7 +529,8 @@ std::string analyse(const Options& o, const Recording& r, const std::vector<Alig
     const uint32_t n = r.frames;
     const Aligned<float> angle = toUnits(raw[o.angle], n, o.angleScale);
     std::vector<uint32_t> starts = findCycles(angle.get(), n);
-    if (starts.empty()) return "no complete engine cycle in channel " + std::to_string(o.angle) + ": cycle analysis skipped";
+    if (starts.empty())
+        return "no complete engine cycle in channel " + std::to_string(o.angle) + ": cycle analysis skipped";
     if (o.pressure < 0 || o.volume < 0)
         return std::string("no ") + (o.pressure < 0 ? "pressure" : "volume") + " channel: cycle analysis skipped";
     Aligned<float> pressure = toUnits(raw[o.pressure], n, o.pressureScale);
@@ -595,7 +599,8 @@ int run(Options o)
     std::filesystem::create_directories(o.outputDir, ignored);
     std::string written;
     for (const auto& [file, picture] : pictures) {
-        if (!picture.writePng(o.outputDir + "/" + file)) throw Failure{1, "cannot write the pictures into " + o.outputDir};
+        if (!picture.writePng(o.outputDir + "/" + file))
+            throw Failure{1, "cannot write the pictures into " + o.outputDir};
         written += o.outputDir + "/" + file + ", ";
     }
     const std::string wav = o.outputDir + "/" + name + "_" + std::to_string(std::lround(o.outputRate)) + "Hz.wav";
