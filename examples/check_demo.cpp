@@ -1,9 +1,13 @@
 // Runs qxcalc-demo on a short generated recording and checks its report
-// against figures computed here with plain loops in double; then each bad
-// input must fail with its message, a non-zero exit and no files written.
+// against figures computed here with plain loops in double; then recordings
+// that are no engine test (noise of one and two channels, an engine recording
+// without its volume channel) must give their traces and resampled WAV with
+// the cycle analysis skipped, and each bad input must fail with its message,
+// a non-zero exit and no files written.
 // Usage: check_demo DEMO GENERATOR WORKDIR
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -38,6 +42,28 @@ static std::vector<short> readWav(const fs::path& path, SF_INFO& info)
     std::vector<short> samples(file ? info.frames * info.channels : 0);
     if (file) sf_readf_short(file, samples.data(), info.frames), sf_close(file);
     return samples;
+}
+
+// Full-scale noise (a fixed pseudo-random sequence) as a WAV of the given sample
+// format: as an angle channel it falls back by over half a cycle again and again.
+static void writeNoise(const fs::path& path, int channels, int rate, int format)
+{
+    SF_INFO info{};
+    info.samplerate = rate, info.channels = channels, info.format = SF_FORMAT_WAV | format;
+    std::vector<short> samples(static_cast<size_t>(rate / 10) * channels);
+    uint32_t state = 1;
+    for (short& s : samples) s = static_cast<short>((state = state * 1664525u + 1013904223u) >> 16);
+    SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
+    sf_writef_short(file, samples.data(), rate / 10);
+    sf_close(file);
+}
+
+static std::vector<std::string> filesIn(const fs::path& dir)
+{
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(dir)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 int main(int argc, char** argv)
@@ -97,16 +123,48 @@ int main(int argc, char** argv)
     expect(fs::file_size(dir / "out/pressure_trace.png") > 1000 && fs::file_size(dir / "out/pv_diagram.png") > 1000,
            "pictures written");
 
+    // Any other recording: a trace per channel, the vibration or channel 0 resampled, what was skipped.
+    run(generator + " " + (dir / "stereo.wav").string() + " --channels 2", dir, out, err);
+    writeNoise(dir / "mono.wav", 1, 44100, SF_FORMAT_PCM_16);
+    writeNoise(dir / "noise.wav", 2, 48000, SF_FORMAT_PCM_16);
+    const struct {
+        std::string input, skipped;
+        std::vector<std::string> files;
+    } others[] = {
+        {"mono.wav", "no angle channel: cycle analysis skipped", {"channel0.png", "channel0_8000Hz.wav"}},
+        {"noise.wav", "no complete engine cycle in channel 1: cycle analysis skipped",
+         {"channel0.png", "channel0_8000Hz.wav", "channel1.png"}},
+        {"stereo.wav", "no volume channel: cycle analysis skipped",
+         {"channel0.png", "channel0_8000Hz.wav", "channel1.png"}}};
+    for (const auto& other : others) {
+        fs::remove_all(dir / "other");
+        const std::string input = (dir / other.input).string();
+        const int c = run(demo + " --output-dir " + (dir / "other").string() + " --input " + input, dir, out, err);
+        expect(c == 0 && err.empty() && out.find("\n" + other.skipped + "\n") != std::string::npos &&
+                   fs::exists(dir / "other") && filesIn(dir / "other") == other.files,
+               other.input + ": exit " + std::to_string(c) + ", " + err + out);
+        for (const auto& file : other.files)
+            expect(fs::exists(dir / "other" / file) && fs::file_size(dir / "other" / file) > 1000,
+                   other.input + ": " + file);
+    }
+
     // Bad input: one message line, the exit code, nothing written.
     std::ofstream(dir / "text.wav") << "not a recording\n";
-    run(generator + " " + (dir / "stereo.wav").string() + " --channels 2", dir, out, err);
     run(generator + " " + (dir / "empty.wav").string() + " --cycles 0", dir, out, err);
+    writeNoise(dir / "float.wav", 1, 48000, SF_FORMAT_FLOAT);
+    writeNoise(dir / "24bit.wav", 1, 48000, SF_FORMAT_PCM_24);
+    fs::copy_file(dir / "noise.wav", dir / "cut.wav");
+    fs::resize_file(dir / "cut.wav", fs::file_size(dir / "cut.wav") - 1001);
     const struct {
         std::string arguments, message;
         int code;
     } bad[] = {{"--input " + (dir / "missing.wav").string(), "cannot open", 1},
                {"--input " + (dir / "text.wav").string(), "is not a WAV file", 1},
-               {"--input " + (dir / "stereo.wav").string(), "has 2 channel(s); the channel roles need 4", 1},
+               {"--input " + (dir / "stereo.wav").string() + " --vibration 3",
+                "has 2 channel(s); the channel roles need 4", 1},
+               {"--input " + (dir / "float.wav").string(), "is not a 16-bit PCM recording", 1},
+               {"--input " + (dir / "24bit.wav").string(), "is not a 16-bit PCM recording", 1},
+               {"--input " + (dir / "cut.wav").string(), "is truncated", 1},
                {"--input " + (dir / "empty.wav").string(), "holds no samples", 1},
                {"--frobnicate 1", "unknown option --frobnicate", 2},
                {"--output-rate fast", "bad value for --output-rate: fast", 2},

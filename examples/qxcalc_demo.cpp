@@ -1,13 +1,17 @@
 // qxcalc-demo: the library in the place its host uses it, an engine test
 // bench. Reads a multi-channel 16-bit recording (cylinder pressure, crank
 // angle, cylinder volume, vibration), and with the library's exports only:
-// de-interleaves every channel with its statistics, scales raw counts to
-// physical units, low-passes the pressure (IIR cascade) and the vibration
-// (FIR), splits the pressure into engine cycles and averages them, places the
-// axes of a p-V diagram, resamples the vibration to another rate, and draws a
-// pressure trace and a log p-V diagram with a cursor snapped to the peak.
+// de-interleaves every channel with its statistics and draws its trace with a
+// cursor snapped to its peak, scales raw counts to physical units, low-passes
+// the vibration (FIR) and resamples it to another rate; when the angle channel
+// holds complete engine cycles it also low-passes the pressure (IIR cascade),
+// splits it into cycles and averages them, places the axes of a p-V diagram,
+// and draws a pressure trace and a log p-V diagram with a cursor snapped to
+// the peak. Any 16-bit recording gives a result: roles default to the channels
+// that exist, and each part that does not apply is skipped with one line.
 // Nothing is written unless the whole run succeeds.
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +20,7 @@
 #include <memory>
 #include <numbers>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <sndfile.h>
@@ -27,7 +32,8 @@ namespace {
 
 struct Options {
     std::string input = QXCALC_DEMO_RECORDING, outputDir = "qxcalc-demo-output";
-    int pressure = 0, angle = 1, volume = 2, vibration = 3;                 // channel roles
+    int pressure = 0, angle = 1, volume = 2, vibration = 3;                 // channel roles, -1: none
+    bool rolesGiven[4] = {};                                                // on the command line
     double pressureScale = 0.004, angleScale = 720.0 / 32768, volumeScale = 0.05, vibrationScale = 0.001;
     double peg = 0.95;       // bar: cylinder pressure at intake bottom centre (180 degrees)
     double rate = 0;         // Hz; 0 takes the file's rate
@@ -41,10 +47,10 @@ struct Failure {
 
 constexpr const char* kUsage =
     "usage: qxcalc-demo [options]\n"
-    "  --input FILE          multi-channel 16-bit WAV (default: the bundled engine recording)\n"
+    "  --input FILE          16-bit WAV of any channel count (default: the bundled engine recording)\n"
     "  --output-dir DIR      where the pictures and the resampled WAV go (default qxcalc-demo-output)\n"
     "  --pressure N, --angle N, --volume N, --vibration N\n"
-    "                        channel of each role, from 0 (default 0, 1, 2, 3)\n"
+    "                        channel of each role, from 0 (default 0, 1, 2, 3 where they exist)\n"
     "  --pressure-scale X    bar per count (default 0.004)\n"
     "  --angle-scale X       crank degrees per count, 0..720 per cycle (default 0.02197265625)\n"
     "  --volume-scale X      cm3 per count (default 0.05)\n"
@@ -79,6 +85,7 @@ Options parse(int argc, char** argv)
         int* channel;
     } roles[] = {{"--pressure", &o.pressure}, {"--angle", &o.angle}, {"--volume", &o.volume},
                  {"--vibration", &o.vibration}};
+    bool* given = o.rolesGiven;
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
         if (option == "--help") throw Failure{0, kUsage};
@@ -94,6 +101,7 @@ Options parse(int argc, char** argv)
                 const double c = number(r.name, value, false);
                 if (c < 0 || c > 255 || c != std::floor(c)) throw Failure{2, option + " needs a channel number"};
                 *r.channel = static_cast<int>(c), known = true;
+                given[&r - roles] = true;
             }
         if (!known) throw Failure{2, "unknown option " + option + " (see --help)"};
     }
@@ -134,7 +142,8 @@ struct Recording {
     std::vector<int16_t> interleaved;
 };
 
-Recording read(const Options& o)
+// Reads the recording; roles left at their defaults that name a missing channel become -1.
+Recording read(Options& o)
 {
     SF_INFO info{};
     SNDFILE* file = sf_open(o.input.c_str(), SFM_READ, &info);
@@ -145,7 +154,21 @@ Recording read(const Options& o)
     const int type = info.format & SF_FORMAT_TYPEMASK;
     if (type != SF_FORMAT_WAV && type != SF_FORMAT_WAVEX && type != SF_FORMAT_RF64)
         throw Failure{1, o.input + " is not a WAV file"};
-    const int needed = 1 + std::max({o.pressure, o.angle, o.volume, o.vibration});
+    if ((info.format & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16)
+        throw Failure{1, o.input + " is not a 16-bit PCM recording"};
+    // libsndfile reads a cut-off file up to where it ends and notes the shortfall in its log.
+    char log[4096] = {};
+    sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
+    const std::string text = log;
+    const size_t data = text.find("data : ");
+    if (data != std::string::npos && text.substr(data, text.find('\n', data) - data).find("should be") != std::string::npos)
+        throw Failure{1, o.input + " is truncated: it holds less data than its header announces"};
+    int* roles[] = {&o.pressure, &o.angle, &o.volume, &o.vibration};
+    int needed = 0;
+    for (int k = 0; k < 4; ++k) {
+        if (o.rolesGiven[k]) needed = std::max(needed, *roles[k] + 1);
+        else if (*roles[k] >= info.channels) *roles[k] = -1;
+    }
     if (info.channels < needed)
         throw Failure{1, o.input + " has " + std::to_string(info.channels) + " channel(s); the channel roles need " +
                              std::to_string(needed)};
@@ -214,13 +237,30 @@ struct Cycles {
 };
 constexpr uint32_t kWindow = 8;
 
-Cycles analyseCycles(const Options& o, const float* pressure, const float* angle, const double* volume, uint32_t n,
-                     const Progress& progress)
+// The sample index of each cycle's 0 degrees: where the angle falls back by more
+// than half a cycle. The channel is a crank angle only if every cycle between
+// two such points is a rising ramp from near 0 to near 720 degrees; otherwise
+// (any other signal) there are no cycles.
+std::vector<uint32_t> findCycles(const float* angle, uint32_t n)
+{
+    std::vector<uint32_t> starts;
+    for (uint32_t i = 1; i < n; ++i)
+        if (angle[i] < angle[i - 1] - 360) starts.push_back(i);
+    for (size_t k = 0; k + 1 < starts.size(); ++k) {
+        const uint32_t first = starts[k], last = starts[k + 1] - 1;
+        bool ramp = angle[first] < 90 && angle[last] > 630 && last - first >= 72;
+        for (uint32_t i = first + 1; ramp && i <= last; ++i) ramp = angle[i] > angle[i - 1] - 90;
+        if (!ramp) return {};
+    }
+    return starts.size() < 2 ? std::vector<uint32_t>{} : starts;
+}
+
+Cycles analyseCycles(const Options& o, std::vector<uint32_t> starts, const float* pressure, const float* angle,
+                     const double* volume, const Progress& progress)
 {
     Cycles c;
-    for (uint32_t i = 1; i < n; ++i)
-        if (angle[i] < angle[i - 1] - 360) c.starts.push_back(i);
-    if (c.starts.size() < 2) throw Failure{1, o.input + ": no complete engine cycle in the angle channel"};
+    c.starts = std::move(starts);
+    const uint32_t n = c.starts.back();
     const uint32_t cycles = static_cast<uint32_t>(c.starts.size() - 1);
     std::vector<float> channel(n), curve(kPositions), sum(kPositions), ring(kWindow * kPositions);
     for (uint32_t k = 0; k < cycles; ++k) {
@@ -264,12 +304,26 @@ void linearTicks(double from, double to, double step, int p0, int p1, std::vecto
                  std::vector<std::string>& labels)
 {
     std::vector<float> values;
-    for (double v = std::ceil(from / step) * step; v <= to + 1e-9; v += step) values.push_back(static_cast<float>(v));
+    for (double k = std::ceil(from / step - 1e-9); k * step <= to + 1e-9 * step; ++k)
+        values.push_back(static_cast<float>(k * step));
     pixels.resize(values.size());
     const float scale = static_cast<float>((p1 - p0) / (to - from)), offset = static_cast<float>(p0 - from * scale);
     qxcalcCAPV_lin(values.data(), static_cast<uint32_t>(values.size()), pixels.data(), std::min(p0, p1),
                    std::max(p0, p1), scale, offset);
-    for (float v : values) labels.push_back(std::to_string(std::lround(v)));
+    for (float v : values) {
+        char label[32];
+        std::snprintf(label, sizeof label, "%.6G", v == 0 ? 0.0 : static_cast<double>(v));
+        labels.push_back(label);
+    }
+}
+
+// A tick step of 1, 2 or 5 times a power of ten that gives four to ten ticks over the range.
+double tickStep(double range)
+{
+    const double decade = std::pow(10.0, std::floor(std::log10(range / 4)));
+    for (double m : {1.0, 2.0, 5.0})
+        if (range / (m * decade) <= 10) return m * decade;
+    return 10 * decade;
 }
 
 std::vector<demo::Bitmap> draw(const Cycles& c, uint32_t peakDegree, std::vector<demo::Point>& cursors)
@@ -315,16 +369,28 @@ std::vector<demo::Bitmap> draw(const Cycles& c, uint32_t peakDegree, std::vector
     return pictures;
 }
 
+struct Role {
+    int channel;
+    const char* name;
+    double scale;
+    const char* unit;
+};
+
+// The role of a channel, or the plain counts of one without a role.
+Role roleOf(const Options& o, int channel)
+{
+    const Role roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"},
+                          {o.angle, "angle", o.angleScale, "deg"},
+                          {o.volume, "volume", o.volumeScale, "cm3"},
+                          {o.vibration, "vibration", o.vibrationScale, "g"}};
+    for (const Role& r : roles)
+        if (r.channel == channel) return r;
+    return {channel, "-", 1.0, "counts"};
+}
+
 // De-interleaves every channel and reports its statistics, gathered in the same pass.
 std::vector<Aligned<int16_t>> deinterleave(const Options& o, const Recording& r)
 {
-    const struct {
-        int channel;
-        const char* role;
-        double scale;
-        const char* unit;
-    } roles[] = {{o.pressure, "pressure", o.pressureScale, "bar"}, {o.angle, "angle", o.angleScale, "deg"},
-                 {o.volume, "volume", o.volumeScale, "cm3"},       {o.vibration, "vibration", o.vibrationScale, "g"}};
     std::vector<Aligned<int16_t>> channels;
     std::printf("channel  role       minimum  maximum     average         RMS  (counts; in units)\n");
     for (int ch = 0; ch < r.channels; ++ch) {
@@ -333,10 +399,10 @@ std::vector<Aligned<int16_t>> deinterleave(const Options& o, const Recording& r)
         double sum = 0, squares = 0;
         qxcalcMoveAndGetMinMaxAveRMS_int16_t(channels.back().get(), r.interleaved.data() + ch, r.frames, &lo, &hi, &sum,
                                              &squares, 0.0f, r.channels);
-        const auto* role = std::find_if(std::begin(roles), std::end(roles), [ch](auto& x) { return x.channel == ch; });
-        std::printf("%7d  %-9s %8d %8d %11.3f %11.3f", ch, role == std::end(roles) ? "-" : role->role, lo, hi,
-                    sum / r.frames, std::sqrt(squares / r.frames));
-        if (role != std::end(roles)) std::printf("  %.3f to %.3f %s", lo * role->scale, hi * role->scale, role->unit);
+        const Role role = roleOf(o, ch);
+        std::printf("%7d  %-9s %8d %8d %11.3f %11.3f", ch, role.name, lo, hi, sum / r.frames,
+                    std::sqrt(squares / r.frames));
+        if (role.scale != 1.0) std::printf("  %.3f to %.3f %s", lo * role.scale, hi * role.scale, role.unit);
         std::printf("\n");
     }
     return channels;
@@ -351,20 +417,66 @@ Aligned<float> toUnits(const Aligned<int16_t>& raw, uint32_t n, double scale)
     return out;
 }
 
-// The pressure through a low-pass against noise, the vibration through an
-// anti-alias FIR below the Nyquist frequency of the rate it is resampled to.
-void filter(const Options& o, const Recording& r, float* pressure, float* vibration, const Progress& progress)
+// The trace of one channel over time. A long channel is drawn as its envelope:
+// the minimum and maximum of the samples under each pixel column. The cursor
+// starts a little off the channel's peak and snaps onto the drawn trace.
+demo::Bitmap drawTrace(const float* values, uint32_t n, double rate, const Role& role, demo::Point& cursor)
 {
-    LowPass lowPass(std::min(3000.0, 0.3 * r.rate), r.rate, pressure[0]);
+    demo::Bitmap b(800, 400);
+    constexpr int kLeft = 130, kRight = 770;
+    const uint32_t columns = std::min<uint32_t>(n, kRight - kLeft);
+    std::vector<float> ys;
+    std::vector<double> xs;
+    uint32_t peak = 0;
+    for (uint32_t k = 0; k < columns; ++k) {
+        const uint32_t first = static_cast<uint32_t>(uint64_t(n) * k / columns);
+        const uint32_t end = static_cast<uint32_t>(uint64_t(n) * (k + 1) / columns);
+        float lo = 0, hi = 0;
+        qxcalcGetMinMax_float(values + first, end - first, &lo, &hi);
+        xs.insert(xs.end(), {first / rate, first / rate}), ys.insert(ys.end(), {lo, hi});
+        if (hi > ys[2 * peak + 1]) peak = k;
+    }
+    float lo = 0, hi = 0;
+    qxcalcGetMinMax_float(values, n, &lo, &hi);
+    const double margin = std::max(1e-3, 0.05 * (hi - lo)), step = tickStep(hi - lo + 2 * margin);
+    const double yMin = std::floor((lo - margin) / step) * step, yMax = std::ceil((hi + margin) / step) * step;
+    const double seconds = std::max(xs.back(), 1 / rate);
+    const demo::Plot plot{kLeft, 60, kRight, 330, 0, seconds, yMin, yMax, false};
+    std::vector<int32_t> xt, yt;
+    std::vector<std::string> xl, yl;
+    linearTicks(0, seconds, tickStep(seconds), plot.left, plot.right, xt, xl);
+    linearTicks(yMin, yMax, step, plot.bottom, plot.top, yt, yl);
+    auto upper = [](std::string text) {
+        for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+        return text;
+    };
+    const std::string title =
+        "CHANNEL " + std::to_string(role.channel) + (role.scale != 1.0 ? " " + upper(role.name) : "");
+    plot.drawAxes(b, xt, xl, yt, yl, "TIME (S)", "(" + upper(role.unit) + ")", title);
+    const auto trace = plot.map(xs.data(), 0, ys.data(), static_cast<uint32_t>(ys.size()));
+    demo::drawCurve(b, trace, demo::kCurve);
+    cursor = demo::snapAndMarkCursor(b, {trace[2 * peak + 1].x + 8, trace[2 * peak + 1].y - 8}, "PEAK");
+    return b;
+}
+
+// The pressure through a low-pass against noise.
+void lowPass(float* pressure, uint32_t n, double rate)
+{
+    LowPass lowPass(std::min(3000.0, 0.3 * rate), rate, pressure[0]);
+    for (uint32_t i = 0; i < n; ++i) pressure[i] = qxcalcIIRFilter_float(&lowPass.filter, pressure[i]);
+}
+
+// A channel through an anti-alias FIR below the Nyquist frequency of the rate it is resampled to.
+void antiAlias(const Options& o, const Recording& r, float* signal, const Progress& progress)
+{
     const std::vector<float> taps = firLowPass(63, 0.4 * std::min(o.outputRate, r.rate), r.rate);
     const auto length = static_cast<int32_t>(taps.size());
-    std::vector<float> history(taps.size(), vibration[0]); // a ring: the newest sample replaces the oldest
+    std::vector<float> history(taps.size(), signal[0]); // a ring: the newest sample replaces the oldest
     int32_t oldest = 0;
     for (uint32_t i = 0; i < r.frames; ++i) {
-        pressure[i] = qxcalcIIRFilter_float(&lowPass.filter, pressure[i]);
-        history[oldest] = vibration[i];
+        history[oldest] = signal[i];
         oldest = (oldest + 1) % length;
-        vibration[i] = qxcalcFIRFilter_float(history.data(), taps.data(), length, oldest);
+        signal[i] = qxcalcFIRFilter_float(history.data(), taps.data(), length, oldest);
         if ((i & 0xFFFFF) == 0) progress("filtering", static_cast<double>(i) / r.frames);
     }
     progress("filtering", 1);
@@ -407,7 +519,49 @@ void writeWav(const std::string& path, const std::vector<float>& values, double 
     if (!written) throw Failure{1, "cannot write " + path};
 }
 
-int run(const Options& o)
+// Cycle analysis and its two pictures when an angle channel with complete
+// cycles and the pressure and volume channels exist; otherwise the line that
+// says why it was skipped.
+std::string analyse(const Options& o, const Recording& r, const std::vector<Aligned<int16_t>>& raw,
+                    const Progress& progress, std::vector<std::pair<std::string, demo::Bitmap>>& pictures)
+{
+    if (o.angle < 0) return "no angle channel: cycle analysis skipped";
+    const uint32_t n = r.frames;
+    const Aligned<float> angle = toUnits(raw[o.angle], n, o.angleScale);
+    std::vector<uint32_t> starts = findCycles(angle.get(), n);
+    if (starts.empty())
+        return "no complete engine cycle in channel " + std::to_string(o.angle) + ": cycle analysis skipped";
+    if (o.pressure < 0 || o.volume < 0)
+        return std::string("no ") + (o.pressure < 0 ? "pressure" : "volume") + " channel: cycle analysis skipped";
+    Aligned<float> pressure = toUnits(raw[o.pressure], n, o.pressureScale);
+    Aligned<double> volume(n); // in double: the p-V diagram's x values
+    const ChannelScaleParams_double v{raw[o.volume].get(), volume.get(), o.volumeScale, 0.0, static_cast<int32_t>(n),
+                                      Int16};
+    qxcalcChannelGetScaledValuesAtPos_double(&v);
+    lowPass(pressure.get(), n, r.rate);
+    const Cycles cycles = analyseCycles(o, std::move(starts), pressure.get(), angle.get(), volume.get(), progress);
+    const uint32_t peakDegree = static_cast<uint32_t>(
+        std::find(cycles.overall.get(), cycles.overall.get() + kPositions, cycles.overallPeak) - cycles.overall.get());
+    const float* runningPeak = std::max_element(cycles.running.get(), cycles.running.get() + kPositions);
+    std::vector<demo::Point> cursors;
+    std::vector<demo::Bitmap> drawn = draw(cycles, peakDegree, cursors);
+    pictures.emplace_back("pressure_trace.png", std::move(drawn[0]));
+    pictures.emplace_back("pv_diagram.png", std::move(drawn[1]));
+
+    const uint32_t complete = static_cast<uint32_t>(cycles.starts.size() - 1);
+    std::printf("cycles: %u complete, %.1f samples each on average\n", complete,
+                static_cast<double>(cycles.starts.back() - cycles.starts.front()) / complete);
+    std::printf("peak pressure: %.3f bar at %.2f deg (cycle %u of %u)\n", cycles.cyclePeak,
+                angle[cycles.cyclePeakIndex], cycles.cyclePeakCycle + 1, complete);
+    std::printf("mean cycle: peak %.3f bar at %u deg; mean of the last %u cycles: peak %.3f bar at %d deg\n",
+                cycles.overallPeak, peakDegree, std::min(kWindow, complete), *runningPeak,
+                static_cast<int>(runningPeak - cycles.running.get()));
+    std::printf("cursor: pressure trace (%d, %d), p-V diagram (%d, %d) pixels\n", cursors[0].x, cursors[0].y,
+                cursors[1].x, cursors[1].y);
+    return {};
+}
+
+int run(Options o)
 {
     const Recording r = read(o);
     const uint32_t n = r.frames;
@@ -419,45 +573,39 @@ int run(const Options& o)
                 n / r.rate);
 
     const std::vector<Aligned<int16_t>> raw = deinterleave(o, r);
-    Aligned<float> pressure = toUnits(raw[o.pressure], n, o.pressureScale);
-    const Aligned<float> angle = toUnits(raw[o.angle], n, o.angleScale);
-    Aligned<float> vibration = toUnits(raw[o.vibration], n, o.vibrationScale);
-    Aligned<double> volume(n); // in double: the p-V diagram's x values
-    const ChannelScaleParams_double v{raw[o.volume].get(), volume.get(), o.volumeScale, 0.0, static_cast<int32_t>(n),
-                                      Int16};
-    qxcalcChannelGetScaledValuesAtPos_double(&v);
+    std::vector<std::pair<std::string, demo::Bitmap>> pictures;
+    for (int ch = 0; ch < r.channels; ++ch) {
+        const Role role = roleOf(o, ch);
+        demo::Point cursor{};
+        pictures.emplace_back("channel" + std::to_string(ch) + ".png",
+                              drawTrace(toUnits(raw[ch], n, role.scale).get(), n, r.rate, role, cursor));
+        std::printf("trace: channel %d, cursor on its peak at (%d, %d) pixels\n", ch, cursor.x, cursor.y);
+    }
 
-    filter(o, r, pressure.get(), vibration.get(), progress);
-    const Cycles cycles = analyseCycles(o, pressure.get(), angle.get(), volume.get(), n, progress);
-    const uint32_t peakDegree = static_cast<uint32_t>(
-        std::find(cycles.overall.get(), cycles.overall.get() + kPositions, cycles.overallPeak) - cycles.overall.get());
-    const float* runningPeak = std::max_element(cycles.running.get(), cycles.running.get() + kPositions);
-    const std::vector<float> resampled = resample(vibration.get(), n, r.rate, o.outputRate);
-    std::vector<demo::Point> cursors;
-    const std::vector<demo::Bitmap> pictures = draw(cycles, peakDegree, cursors);
+    // The vibration, or channel 0 when no channel has that role, resampled.
+    const Role source = o.vibration >= 0 ? roleOf(o, o.vibration) : roleOf(o, 0);
+    Aligned<float> signal = toUnits(raw[source.channel], n, source.scale);
+    antiAlias(o, r, signal.get(), progress);
+    const std::vector<float> resampled = resample(signal.get(), n, r.rate, o.outputRate);
+    const std::string name = o.vibration >= 0 ? "vibration" : "channel" + std::to_string(source.channel);
+    std::printf("resampled: %s, %u samples at %g Hz -> %zu samples at %g Hz\n", name.c_str(), n, r.rate,
+                resampled.size(), o.outputRate);
 
-    const uint32_t complete = static_cast<uint32_t>(cycles.starts.size() - 1);
-    std::printf("cycles: %u complete, %.1f samples each on average\n", complete,
-                static_cast<double>(cycles.starts.back() - cycles.starts.front()) / complete);
-    std::printf("peak pressure: %.3f bar at %.2f deg (cycle %u of %u)\n", cycles.cyclePeak,
-                angle[cycles.cyclePeakIndex], cycles.cyclePeakCycle + 1, complete);
-    std::printf("mean cycle: peak %.3f bar at %u deg; mean of the last %u cycles: peak %.3f bar at %d deg\n",
-                cycles.overallPeak, peakDegree, std::min(kWindow, complete), *runningPeak,
-                static_cast<int>(runningPeak - cycles.running.get()));
-    std::printf("resampled: vibration, %u samples at %g Hz -> %zu samples at %g Hz\n", n, r.rate, resampled.size(),
-                o.outputRate);
-    std::printf("cursor: pressure trace (%d, %d), p-V diagram (%d, %d) pixels\n", cursors[0].x, cursors[0].y,
-                cursors[1].x, cursors[1].y);
+    const std::string skipped = analyse(o, r, raw, progress, pictures);
+    if (!skipped.empty()) std::printf("%s\n", skipped.c_str());
 
     // Output, only now that everything has been computed.
     std::error_code ignored;
     std::filesystem::create_directories(o.outputDir, ignored);
-    const std::string trace = o.outputDir + "/pressure_trace.png", pvDiagram = o.outputDir + "/pv_diagram.png";
-    const std::string wav = o.outputDir + "/vibration_" + std::to_string(std::lround(o.outputRate)) + "Hz.wav";
-    if (!pictures[0].writePng(trace) || !pictures[1].writePng(pvDiagram))
-        throw Failure{1, "cannot write the pictures into " + o.outputDir};
-    writeWav(wav, resampled, o.vibrationScale, o.outputRate);
-    std::printf("written: %s, %s, %s\n", trace.c_str(), pvDiagram.c_str(), wav.c_str());
+    std::string written;
+    for (const auto& [file, picture] : pictures) {
+        if (!picture.writePng(o.outputDir + "/" + file))
+            throw Failure{1, "cannot write the pictures into " + o.outputDir};
+        written += o.outputDir + "/" + file + ", ";
+    }
+    const std::string wav = o.outputDir + "/" + name + "_" + std::to_string(std::lround(o.outputRate)) + "Hz.wav";
+    writeWav(wav, resampled, source.scale, o.outputRate);
+    std::printf("written: %s%s\n", written.c_str(), wav.c_str());
     return EXIT_SUCCESS;
 }
 

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <string>
@@ -287,8 +288,8 @@ public:
             using T = decltype(tag);
             const T* in = elements<T>(samples, "samples");
             auto out = fresh<T>(samples.size());
-            for (py::ssize_t i = 0; i < samples.size(); ++i)
-                out.mutable_data()[i] = Floating<T>::iir(&filter_, in[i]);
+            T* y = out.mutable_data();
+            for (py::ssize_t i = 0; i < samples.size(); ++i) y[i] = Floating<T>::iir(&filter_, in[i]);
             return out;
         });
     }
@@ -309,8 +310,8 @@ public:
     {
         const double* in = elements<double>(white, "white");
         auto out = fresh<double>(white.size());
-        for (py::ssize_t i = 0; i < white.size(); ++i)
-            out.mutable_data()[i] = qxcalcPinkFilter_double(&state_, in[i]);
+        double* y = out.mutable_data();
+        for (py::ssize_t i = 0; i < white.size(); ++i) y[i] = qxcalcPinkFilter_double(&state_, in[i]);
         return out;
     }
     void reset() { state_ = {}; }
@@ -328,6 +329,23 @@ float fir(const py::array& history, const py::array& taps, int32_t position)
     if (position < 0 || position > length)
         valueError("position", "must lie in 0.." + std::to_string(length));
     return qxcalcFIRFilter_float(h, t, length, position);
+}
+
+// A whole block through the FIR: output i is the dot product of the taps with
+// the len(taps) samples ending at samples[i + len(taps) - 1], newest sample
+// against taps[0] (numpy.convolve's "valid" part). Each output is one call on
+// the stretch of samples it reads, with the taps reversed (oldest first).
+py::array_t<float> firFilter(const py::array& samples, const py::array& taps)
+{
+    const float* t = elements<float>(taps, "taps");
+    const int32_t length = countOf<int32_t>(taps, "taps", 1);
+    const float* x = elements<float>(samples, "samples");
+    const uint32_t n = countOf(samples, "samples", length);
+    const std::vector<float> oldestFirst(std::make_reverse_iterator(t + length), std::make_reverse_iterator(t));
+    auto out = fresh<float>(n - length + 1);
+    float* y = out.mutable_data();
+    for (uint32_t i = 0; i + length <= n; ++i) y[i] = qxcalcFIRFilter_float(x + i, oldestFirst.data(), length, 0);
+    return out;
 }
 
 // ---- Cycle analysis -----------------------------------------------------------------
@@ -506,68 +524,128 @@ private:
 
 } // namespace
 
-PYBIND11_MODULE(qxcalc, m)
+PYBIND11_MODULE(_qxcalc, m)
 {
     using namespace pybind11::literals;
-    m.doc() = "NumPy bindings of the qxcalc-avx numeric library";
+    m.doc() = "NumPy bindings of the qxcalc-avx numeric library (the extension module behind qxcalc)";
 
     m.def("version", [] {
         int32_t major = 0, minor = 0, above = 0;
         qxcalcGetVersion(&major, &minor, 0, &above);
         return py::make_tuple(major, minor);
-    }, "(major, minor) of the library");
+    }, "(major, minor) version of the library, (1, 44) for this release.");
 
-    m.def("min_max", &minMax, "samples"_a, "(min, max) of a float64/float32/int16/int32 block");
-    m.def("statistics", &statistics, "samples"_a, "offset"_a = 0.0, "sum"_a = 0.0,
-          "sum_of_squares"_a = 0.0,
-          "(min, max, sum, sum of (x + offset)^2); the sums continue from those given");
+    m.def("min_max", &minMax, "samples"_a,
+          "(min, max) of a non-empty block.\n\n"
+          "samples: 1-D float64, float32, int16 or int32 array.\n"
+          "Returns two Python numbers in the samples' units.");
+    m.def("statistics", &statistics, "samples"_a, "offset"_a = 0.0, "sum"_a = 0.0, "sum_of_squares"_a = 0.0,
+          "(min, max, sum, sum of squares) of a non-empty block.\n\n"
+          "samples: 1-D float64, float32, int16 or int32 array.\n"
+          "offset: added to each sample before squaring (sum of (x + offset)**2); the\n"
+          "    library takes it as float32 for float32 and int16 blocks.\n"
+          "sum, sum_of_squares: running totals the block's sums are added to, for\n"
+          "    feeding a stream block by block (float64, accumulated in float64).\n"
+          "Average = sum / count, RMS = sqrt(sum_of_squares / count).");
     m.def("move_statistics", &moveStatistics, "source"_a, "stride"_a = 1, "offset"_a = 0.0f,
-          "(source[::stride] as int16, min, max, sum, sum of squares)");
+          "(source[::stride], min, max, sum, sum of squares): one channel of\n"
+          "interleaved int16 samples copied out with its statistics in one pass.\n\n"
+          "source: 1-D int16 array starting at the channel's first sample.\n"
+          "stride: channels per frame (>= 1). offset: float32, as in statistics().");
 
-    m.def("int16_to_int32", &convertWidth<int16_t, int32_t, qxcalcConvertInt16ToInt32>, "source"_a);
+    m.def("int16_to_int32", &convertWidth<int16_t, int32_t, qxcalcConvertInt16ToInt32>, "source"_a,
+          "int16 array widened to a new int32 array.");
     m.def("int32_to_int16", &convertWidth<int32_t, int16_t, qxcalcConvertInt32ToInt16>, "source"_a,
-          "low 16 bits of each value (wraps, never saturates)");
-    m.def("multiply", &multiply, "samples"_a, "factor"_a, "samples * factor, a new array");
-    m.def("double_to_single", &convertInPlace<double, float, narrow>, "source"_a);
-    m.def("single_to_double", &convertInPlace<float, double, widen>, "source"_a);
+          "Low 16 bits of each int32 value as a new int16 array (wraps, never saturates).");
+    m.def("multiply", &multiply, "samples"_a, "factor"_a,
+          "samples * factor as a new array of the samples' dtype (float64 or float32;\n"
+          "factor rounded to float32 for float32 samples).");
+    m.def("double_to_single", &convertInPlace<double, float, narrow>, "source"_a,
+          "float64 array rounded to a new float32 array.");
+    m.def("single_to_double", &convertInPlace<float, double, widen>, "source"_a,
+          "float32 array widened to a new float64 array.");
 
     m.def("scale_channel", &scaleChannel, "raw"_a, "scale"_a, "offset"_a, "dtype"_a = "float64",
-          "raw * scale + offset for any of the nine raw formats, as float64 or float32");
+          "raw * scale + offset: raw channel samples in physical units.\n\n"
+          "raw: 1-D uint8, int8, int16, uint16, int32, uint32, int64, float32 or\n"
+          "    float64 array of counts.\n"
+          "scale: units per count; offset: units. Both are rounded to dtype.\n"
+          "dtype: float64 or float32, the result's dtype and arithmetic.");
 
-    py::class_<Iir>(m, "IIRFilter", "cascade of IIR sections; b, a: (sections, blocks), oldest block first")
-        .def(py::init<const py::array&, const py::array&, const py::array&>(), "gains"_a, "b"_a, "a"_a)
-        .def("__call__", &Iir::operator(), "samples"_a)
-        .def("reset", &Iir::reset, "clears the history for a new stream");
-    py::class_<Pink>(m, "PinkFilter", "white to pink noise, one sample at a time")
+    py::class_<Iir>(m, "IIRFilter",
+                    "A cascade of IIR sections with its history, run one sample at a time.\n\n"
+                    "Section s computes y = gains[s] * sum(b[s, k] * x[n - K + 1 + k])\n"
+                    "                     - sum(a[s, k] * y[n - K + 1 + k] for k < K - 1)\n"
+                    "with K blocks per section, block 0 the oldest sample; K = 3 runs as a\n"
+                    "second-order section. A scipy sos row [b0, b1, b2, 1, a1, a2] is\n"
+                    "gains 1.0, b [b2, b1, b0], a [a2, a1, 0].")
+        .def(py::init<const py::array&, const py::array&, const py::array&>(), "gains"_a, "b"_a, "a"_a,
+             "gains: float64, one per section; b, a: float64 (sections, K) with K >= 2.")
+        .def("__call__", &Iir::operator(), "samples"_a,
+             "The next samples (float64 or float32) through the cascade; the history\n"
+             "carries over from the previous call. Returns the outputs in the samples' dtype.")
+        .def("reset", &Iir::reset, "Clears the history for a new stream.");
+    py::class_<Pink>(m, "PinkFilter", "White to pink (1/f) noise, one float64 sample at a time, with its state.")
         .def(py::init<>())
-        .def("__call__", &Pink::operator(), "white"_a)
-        .def("reset", &Pink::reset);
+        .def("__call__", &Pink::operator(), "white"_a,
+             "The next float64 white-noise samples as pink noise; the state carries over.")
+        .def("reset", &Pink::reset, "Clears the state for a new stream.");
     m.def("fir", &fir, "history"_a, "taps"_a, "position"_a = 0,
-          "sum of taps[k] * history[(position + k) % len(history)] in float32");
+          "One FIR output over a ring of past samples, in float32:\n"
+          "sum(taps[k] * history[(position + k) % len(history)]).\n\n"
+          "history, taps: float32 arrays of one length; history[position] is the\n"
+          "oldest sample and meets taps[0].");
+    m.def("fir_filter", &firFilter, "samples"_a, "taps"_a,
+          "A block through the FIR, in float32: len(samples) - len(taps) + 1 outputs,\n"
+          "output i = sum(taps[k] * samples[i + len(taps) - 1 - k]), which is\n"
+          "numpy.convolve(samples, taps, 'valid').\n\n"
+          "samples, taps: float32 arrays, len(samples) >= len(taps) >= 1.");
 
     m.def("moving_average", &movingAverage, "input"_a, "window_length"_a, "scalar"_a = false,
-          "centred moving average over window_length | 1 samples");
+          "Centred moving average of a float64 array over window_length | 1 samples\n"
+          "(an even length grows by one); the first and last half-windows repeat the\n"
+          "nearest full window's mean. window_length: 0..65535 samples, at most\n"
+          "len(input). scalar=True runs the one-at-a-time form.");
     m.def("ca_filter", &caFilterOf, "samples"_a, "coefficients"_a, "stride"_a = 1,
-          "sum of samples[-1 - i] * coefficients[i * stride]");
-    m.def("pv_positions", &pvPositions, "input"_a, "min_value"_a, "max_value"_a, "scale"_a,
-          "offset"_a, "reference"_a = py::none(),
-          "axis positions, linear or (with a reference) logarithmic, clamped to the range");
+          "sum(samples[-1 - i] * coefficients[i * stride]) as a float: the newest\n"
+          "sample meets coefficients[0].\n\n"
+          "samples: float32, int16 or int32; coefficients: float32 with at least\n"
+          "(len(samples) - 1) * stride + 1 elements.");
+    m.def("pv_positions", &pvPositions, "input"_a, "min_value"_a, "max_value"_a, "scale"_a, "offset"_a,
+          "reference"_a = py::none(),
+          "Axis positions (int32, e.g. pixels) of float32 values, clamped to\n"
+          "min_value..max_value: round(value * scale + offset) on a linear axis, or\n"
+          "with a reference value round(log10(value / reference) * scale + offset)\n"
+          "on a logarithmic one (scale: positions per decade).");
     m.def("copy_raw_to_channel", &copyRawToChannel, "raw"_a, "first"_a, "end"_a, "offset"_a,
-          "(raw[first:end] - offset, its maximum, the maximum's raw index or None)");
-    m.def("overall_pressure", &overallPressure, "cycle"_a, "overall"_a, "cycle_count"_a);
-    m.def("running_value", &runningValue, "cycle"_a, "leaving"_a, "sums"_a, "means"_a,
-          "cycle_count"_a, "window_cycles"_a);
+          "(raw[first:end] - offset as float32, its maximum, the maximum's index in\n"
+          "raw or None when no value is positive): one cycle's samples with the\n"
+          "offset removed. raw: float32; offset in the samples' units.");
+    m.def("overall_pressure", &overallPressure, "cycle"_a, "overall"_a, "cycle_count"_a,
+          "Folds one cycle's curve into the mean of all cycles so far, in place: overall\n"
+          "becomes the mean of cycle_count + 1 curves. cycle,\n"
+          "overall: float32 arrays of one length (overall writable); cycle_count:\n"
+          "cycles already in the mean. Returns the new mean curve's maximum.");
+    m.def("running_value", &runningValue, "cycle"_a, "leaving"_a, "sums"_a, "means"_a, "cycle_count"_a,
+          "window_cycles"_a,
+          "Folds one cycle's curve into the mean of the last window_cycles cycles,\n"
+          "in place: sums += cycle (minus the leaving cycle once the window is\n"
+          "full), means = sums / cycles in the window. All float32 arrays of one\n"
+          "length; sums and means writable; cycle_count: cycles folded before.");
 
     py::class_<Interpolator>(m, "Interpolator",
-                             "streaming float32 sample-rate converter; when output_rate is below "
-                             "input_rate the last outputs of a call read ahead of the newest "
-                             "sample, so they depend on how the stream is cut into calls")
-        .def(py::init<double, double, uint32_t>(), "input_rate"_a, "output_rate"_a,
-             "buffer_length"_a = 4096)
-        .def("process", &Interpolator::process, "samples"_a)
-        .def("stop", &Interpolator::stop, "ends the stream; returns the last outputs")
-        .def("reset", &Interpolator::reset, "starts a new stream")
-        .def("close", &Interpolator::close, "releases the interpolator")
+                             "Streaming float32 sample-rate converter (Catmull-Rom cubic).\n\n"
+                             "Use as a context manager, or call close(). When output_rate is\n"
+                             "below input_rate the last outputs of a call read ahead of the\n"
+                             "newest sample, so they depend on how the stream is cut into calls.")
+        .def(py::init<double, double, uint32_t>(), "input_rate"_a, "output_rate"_a, "buffer_length"_a = 4096,
+             "input_rate, output_rate: Hz (any unit, only their ratio counts), positive\n"
+             "and finite. buffer_length: input ring in samples, a power of two >= 2.")
+        .def("process", &Interpolator::process, "samples"_a,
+             "Feeds float32 samples of any length; returns every float32 output now computable.")
+        .def("stop", &Interpolator::stop, "Ends the stream; returns the last outputs (float32).")
+        .def("reset", &Interpolator::reset, "Starts a new stream.")
+        .def("close", &Interpolator::close, "Releases the interpolator; later calls raise ValueError.")
         .def("__enter__", [](Interpolator& self) -> Interpolator& { return self; },
              py::return_value_policy::reference)
         .def("__exit__", [](Interpolator& self, py::args) { self.close(); });

@@ -2,14 +2,15 @@
 # Builds all three targets (Linux x86-64, Linux i386 __stdcall, Windows
 # 32-bit DLL) and runs every test: the GoogleTest suites on both Linux
 # targets, the instruction-set checks, the DLL's export/import tables, and
-# the Python module's tests (pytest, on the x86-64 build). Then the x86-64
+# the Python package's tests (pytest, on the package pip installs). Then the x86-64
 # suite under AddressSanitizer and UndefinedBehaviorSanitizer, the threads
 # test under ThreadSanitizer, and a minute of each libFuzzer target.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 \
     binutils-mingw-w64-i686 libgtest-dev valgrind libsndfile1-dev libpng-dev pkg-config \
-    pybind11-dev python3-dev python3-numpy python3-pytest clang libclang-rt-14-dev
+    pybind11-dev python3-dev python3-numpy python3-pytest clang libclang-rt-14-dev \
+    python3-pip python3-setuptools python3-wheel python3-venv
 # The interpreter that Debian's numpy and pytest belong to.
 python=/usr/bin/python3
 status=0 passed=0 failed=0
@@ -26,7 +27,17 @@ for preset in linux-x64 linux-i386 win32-dll linux-x64-asan linux-x64-tsan linux
     passed=$((passed + total - bad)) failed=$((failed + bad))
 done
 echo "=== python"
-PYTHONPATH=build/linux-x64/python "$python" -m pytest -q python/tests 2>&1 | tee "$log" || status=1
+# The package as a user installs it (pip, into a fresh virtual environment
+# that sees Debian's numpy and pytest), tested from outside the source tree.
+venv=$(mktemp -d)
+trap 'rm -f "$log"; rm -rf "$venv"' EXIT
+"$python" -m venv --system-site-packages "$venv"
+if "$venv/bin/python" -m pip install -q --no-build-isolation --no-index --no-cache-dir . >"$log" 2>&1; then
+    (cd "$venv" && bin/python -m pytest -q -p no:cacheprovider "$OLDPWD/python/tests") 2>&1 | tee "$log" || status=1
+else
+    cat "$log"
+    echo "1 failed (pip install)" >"$log"
+fi
 summary=$(tail -n 1 "$log")
 [[ $summary =~ (passed|failed|error) ]] || status=1
 count() { grep -o "[0-9]* $1" <<<"$summary" | cut -d' ' -f1 || echo 0; }

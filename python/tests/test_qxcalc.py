@@ -1,9 +1,26 @@
+import ast
+import pydoc
+from pathlib import Path
+
 import numpy as np
 import pytest
 
 import qxcalc as q
 
 F32, F64 = np.float32, np.float64
+
+
+def test_package_carries_its_library_stubs_and_help():
+    package = Path(q.__file__).parent
+    # the library loaded is the copy beside the module, not one on the system's path
+    assert str(package / "libqxcalc-avx.so.1") in Path("/proc/self/maps").read_text()
+    assert (package / "py.typed").exists()
+    stub = ast.parse((package / "__init__.pyi").read_text())
+    stubbed = {node.name for node in stub.body if isinstance(node, (ast.FunctionDef, ast.ClassDef))}
+    exported = {name for name in dir(q._qxcalc) if not name.startswith("_")}
+    assert stubbed == set(q.__all__) == exported
+    text = pydoc.plain(pydoc.render_doc(q))
+    assert all(getattr(q, name).__doc__ and f"{name}(" in text for name in q.__all__)
 
 
 def ramp(dtype, n, start=-3):
@@ -70,6 +87,8 @@ def test_pink_and_fir():
     np.testing.assert_array_equal(pink(white), first)
     history, taps = ramp(F32, 9), np.arange(9, dtype=F32)
     assert q.fir(history, taps, 4) == (taps * np.roll(history, -4)).sum()
+    # small integers: every sum is exact, so any order of summation agrees
+    np.testing.assert_array_equal(q.fir_filter(ramp(F32, 40), taps), np.convolve(ramp(F32, 40), taps, "valid"))
 
 
 @pytest.mark.parametrize("dtype", [F32, np.int16, np.int32])
@@ -134,6 +153,7 @@ def misaligned(n):
     (lambda: q.move_statistics(np.zeros(4, np.int16), stride=0), ValueError, "stride"),
     (lambda: q.fir(np.zeros(4, F32), np.zeros(3, F32)), ValueError, "taps"),
     (lambda: q.fir(np.zeros(4, F32), np.zeros(4, F32), 5), ValueError, "position"),
+    (lambda: q.fir_filter(np.zeros(3, F32), np.zeros(4, F32)), ValueError, "at least 4"),
     (lambda: q.ca_filter(np.zeros(3, F32), np.zeros(4, F32), 2), ValueError, "coefficients"),
     (lambda: q.moving_average(np.zeros(4), 5), ValueError, "at least 5"),
     (lambda: q.copy_raw_to_channel(np.zeros(4, F32), 1, 5, 0.0), ValueError, "end"),
