@@ -9,10 +9,10 @@
 // accumulator first and the new data second.
 #pragma once
 
-#include <immintrin.h>
-
 #include <cstddef>
 #include <cstdint>
+
+#include "simd/isa.h"
 
 #define QX_INLINE inline __attribute__((always_inline))
 

@@ -43,7 +43,7 @@ constexpr int64_t kExactSixteenths = int64_t{1} << 53;
 // rounding is to nearest); if so, `quarters` receives 4 * offset.
 inline bool certifiable(float offset, int32_t& quarters)
 {
-    if ((_mm_getcsr() & _MM_ROUND_MASK) != _MM_ROUND_NEAREST) return false;
+    if (!simd::roundsToNearest()) return false;
     const float q = offset * 4.0f;
     if (!(std::fabs(q) <= 131072.0f) || q != std::trunc(q)) return false;
     quarters = static_cast<int32_t>(q);
