@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -14,8 +15,12 @@ namespace qxtest {
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first, uint32_t denseUpTo,
                                    std::initializer_list<uint32_t> large)
 {
+    // QXTEST_SWEEP=sparse (emulated runs): every count from `first` to 64 past it and within 64 of each threshold,
+    // then every 16th count up to `denseUpTo`; the large ones as always.
+    static const bool sparse = std::getenv("QXTEST_SWEEP") && std::string(std::getenv("QXTEST_SWEEP")) == "sparse";
     std::set<uint32_t> counts(large);
-    for (uint32_t n = first; n <= denseUpTo; ++n) counts.insert(n);
+    for (uint32_t n = first; n <= denseUpTo; ++n)
+        if (!sparse || n <= first + 64 || (n - first) % 16 == 0) counts.insert(n);
     for (const uint32_t t : thresholds)
         for (uint32_t n = t > 64 ? t - 64 : 0; n <= t + 64; ++n) counts.insert(n);
     return {counts.lower_bound(first), counts.end()};
