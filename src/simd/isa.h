@@ -37,24 +37,8 @@
 #include <cfenv>
 #endif
 
-#if defined(QX_ISA_SSE2)
-// SIMDe's SSE2 form of the zero test (not its NEON form) answers 1 when
-// either 64-bit half of a & b is zero; these ask of all 128 or 256 bits.
-namespace qx::simd {
-inline int allZeroAnd(__m128i a, __m128i b)
-{
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_and_si128(a, b), _mm_setzero_si128())) == 0xFFFF;
-}
-inline int allZeroAnd(__m256i a, __m256i b)
-{
-    return allZeroAnd(_mm256_castsi256_si128(a), _mm256_castsi256_si128(b)) &
-           allZeroAnd(_mm256_extractf128_si256(a, 1), _mm256_extractf128_si256(b, 1));
-}
-}  // namespace qx::simd
-#undef _mm_testz_si128
-#define _mm_testz_si128(a, b) qx::simd::allZeroAnd(a, b)
-#undef _mm256_testz_si256
-#define _mm256_testz_si256(a, b) qx::simd::allZeroAnd(a, b)
+#if !defined(QX_ISA_AVX)
+#include "simd/portable.h"
 #endif
 
 namespace qx::simd {
