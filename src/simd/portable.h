@@ -13,9 +13,16 @@
 //   half, and AArch64 rounds in the FPCR's mode (frinti) or toward zero
 //   (frintz), converts, and puts 0x80000000 in every lane whose rounded value
 //   lies outside -2^31 .. 2^31 - 1 (a NaN fails both comparisons).
+// - Rounding to the nearest integer, ties to even, whatever the mode
+//   (_mm256_round_pd with _MM_FROUND_TO_NEAREST_INT, the only rounding the
+//   library asks of it): SIMDe's NEON form rounds ties away from zero, its
+//   SSE2 form calls roundeven, which not every C library has. AArch64 has the
+//   instruction (frintn); SSE2 has none that ignores the mode, so each lane
+//   is rounded on its bits.
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 namespace qx::simd {
 
@@ -48,7 +55,50 @@ inline __m128i int32FromDouble4Truncated(__m256d v)
                               _mm_cvttpd_epi32(_mm256_extractf128_pd(v, 1)));
 }
 
+// x rounded to the nearest integer, ties to even, by its bits: no
+// floating-point operation, so the caller's rounding mode plays no part. A
+// NaN comes back quieted, as from the instruction.
+inline double nearestEven(double x)
+{
+    uint64_t bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    const int exponent = static_cast<int>(bits >> 52 & 0x7FF) - 1023;
+    const uint64_t sign = bits & 0x8000000000000000u;
+    if (exponent >= 52) {  // already whole, infinite or NaN
+        if (exponent == 1024 && (bits << 12) != 0) bits |= 0x0008000000000000u;
+    } else if (exponent < -1) {  // below 0.5
+        bits = sign;
+    } else if (exponent == -1) {  // 0.5 up to 1: exactly 0.5 ties to 0
+        bits = (bits << 1) == (uint64_t{0x3FE} << 53) ? sign : sign | uint64_t{0x3FF} << 52;
+    } else {
+        const uint64_t one = uint64_t{1} << (52 - exponent), half = one >> 1, fraction = bits & (one - 1);
+        bits -= fraction;
+        if (fraction > half || (fraction == half && (bits & one) != 0)) bits += one;  // a carry raises the exponent
+    }
+    double r;
+    std::memcpy(&r, &bits, sizeof r);
+    return r;
+}
+
+template <int mode>
+inline __m256d roundedLanes(__m256d v)
+{
+    static_assert((mode & ~_MM_FROUND_NO_EXC) == _MM_FROUND_TO_NEAREST_INT, "only rounding to nearest is provided");
+    alignas(32) double lanes[4];
+    _mm256_store_pd(lanes, v);
+    return _mm256_setr_pd(nearestEven(lanes[0]), nearestEven(lanes[1]), nearestEven(lanes[2]), nearestEven(lanes[3]));
+}
+
 #else  // QX_ISA_NEON
+
+template <int mode>
+inline __m256d roundedLanes(__m256d v)
+{
+    static_assert((mode & ~_MM_FROUND_NO_EXC) == _MM_FROUND_TO_NEAREST_INT, "only rounding to nearest is provided");
+    const float64x2_t low = vrndnq_f64(simde__m128d_to_neon_f64(_mm256_castpd256_pd128(v)));
+    const float64x2_t high = vrndnq_f64(simde__m128d_to_neon_f64(_mm256_extractf128_pd(v, 1)));
+    return _mm256_setr_m128d(simde__m128d_from_neon_f64(low), simde__m128d_from_neon_f64(high));
+}
 
 // Integral values as int32, 0x80000000 where out of range.
 inline int32x4_t int32FromIntegral(float32x4_t v)
@@ -99,6 +149,8 @@ inline int int32FromLowDoubleTruncated(__m128d v)
 #define _mm256_cvtps_epi32(v) qx::simd::int32FromFloat8(v)
 #undef _mm256_cvtpd_epi32
 #define _mm256_cvtpd_epi32(v) qx::simd::int32FromDouble4(v)
+#undef _mm256_round_pd
+#define _mm256_round_pd(v, mode) qx::simd::roundedLanes<(mode)>(v)
 #undef _mm256_cvttpd_epi32
 #define _mm256_cvttpd_epi32(v) qx::simd::int32FromDouble4Truncated(v)
 #if defined(QX_ISA_SSE2)
