@@ -19,8 +19,8 @@ namespace {
 struct Controls {
     uint32_t mxcsr;
     uint16_t cw;
-    static Controls read() { Controls c; asm volatile("vstmxcsr %0\n\tfnstcw %1" : "=m"(c.mxcsr), "=m"(c.cw)); return c; }
-    void set() const { asm volatile("vldmxcsr %0\n\tfldcw %1" : : "m"(mxcsr), "m"(cw)); }
+    static Controls read() { Controls c; asm volatile("stmxcsr %0\n\tfnstcw %1" : "=m"(c.mxcsr), "=m"(c.cw)); return c; }
+    void set() const { asm volatile("ldmxcsr %0\n\tfldcw %1" : : "m"(mxcsr), "m"(cw)); }
 };
 
 // QXTEST_ROUNDING=1, 2 or 3 runs the whole program rounding down, up or toward zero (SSE and x87), so that

@@ -20,14 +20,15 @@ consume_with_pkg_config() {  # consume_with_pkg_config ROOT
 cmake --install "$build" --prefix "$prefix/usr" >/dev/null
 cmake -S "$source/tests/consumer" -B "$prefix/consumer" -DCMAKE_PREFIX_PATH="$prefix/usr" >/dev/null
 cmake --build "$prefix/consumer" >/dev/null
-libdir=$(dirname "$(find "$prefix/usr" -name libqxcalc-avx.so)")
+libdir=$(dirname "$(find "$prefix/usr" -name 'libqxcalc-*.so')")
 LD_LIBRARY_PATH="$libdir" "$prefix/consumer/consumer" && echo "CMake package: ok"
 consume_with_pkg_config "$prefix/usr"
-ls "$libdir" | grep libqxcalc-avx
+ls "$libdir" | grep libqxcalc-
 
+isa=$(sed -n 's/^QXCALC_ISA:STRING=//p' "$build/CMakeCache.txt")
 cmake -S "$source" -B "$prefix/distro-build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
-      -DCMAKE_INSTALL_LIBDIR=lib/x86_64-linux-gnu -DQXCALC_BUILD_TESTS=OFF -DQXCALC_BUILD_EXAMPLES=OFF \
-      -DQXCALC_BUILD_PYTHON=OFF >/dev/null
+      -DCMAKE_INSTALL_LIBDIR=lib/x86_64-linux-gnu -DQXCALC_ISA="$isa" -DQXCALC_BUILD_TESTS=OFF \
+      -DQXCALC_BUILD_EXAMPLES=OFF -DQXCALC_BUILD_PYTHON=OFF >/dev/null
 cmake --build "$prefix/distro-build" --target qxcalc-avx -j2 >/dev/null
 DESTDIR="$prefix/distro" cmake --install "$prefix/distro-build" >/dev/null
 consume_with_pkg_config "$prefix/distro"

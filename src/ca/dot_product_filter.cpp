@@ -98,8 +98,12 @@ struct FilterLanes {
     template <class MaskOf>
     QX_INLINE void addMasked(const T* p, MaskOf maskOf)
     {
-        addProducts(_mm_mul_ps(Block::template group<0, false>(p), maskOf(0)));
-        if constexpr (Block::groups == 2) addProducts(_mm_mul_ps(Block::template group<1, false>(p), maskOf(1)));
+        const __m128 first = Block::template group<0, false>(p);
+        addProducts(_mm_mul_ps(first, maskOf(0)));
+        if constexpr (Block::groups == 2) {
+            const __m128 second = Block::template group<1, false>(p);
+            addProducts(_mm_mul_ps(second, maskOf(1)));
+        }
     }
 };
 

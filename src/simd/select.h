@@ -9,6 +9,8 @@
 
 namespace qx::simd {
 
+#if defined(QX_ISA_AVX)
+
 QX_INLINE __m256 selectWhere(__m256 mask, __m256 ifClear, __m256 ifSet)
 {
     __m256 r;
@@ -22,5 +24,19 @@ QX_INLINE __m256d selectWhere(__m256d mask, __m256d ifClear, __m256d ifSet)
     asm("vblendvpd %3, %2, %1, %0" : "=x"(r) : "x"(ifClear), "x"(ifSet), "x"(mask));
     return r;
 }
+
+#else
+
+// Without AVX the blend is SIMDe's: every lane of a comparison mask is all
+// ones or all zeros, and SIMDe selects by each lane's sign bit as the
+// instruction does.
+QX_INLINE __m256 selectWhere(__m256 mask, __m256 ifClear, __m256 ifSet) { return _mm256_blendv_ps(ifClear, ifSet, mask); }
+
+QX_INLINE __m256d selectWhere(__m256d mask, __m256d ifClear, __m256d ifSet)
+{
+    return _mm256_blendv_pd(ifClear, ifSet, mask);
+}
+
+#endif
 
 }  // namespace qx::simd

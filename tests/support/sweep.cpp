@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -14,8 +17,12 @@ namespace qxtest {
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first, uint32_t denseUpTo,
                                    std::initializer_list<uint32_t> large)
 {
+    // QXTEST_SWEEP=sparse (emulated runs): every count from `first` to 64 past it and within 64 of each threshold,
+    // then every 16th count up to `denseUpTo`; the large ones as always.
+    static const bool sparse = std::getenv("QXTEST_SWEEP") && std::string(std::getenv("QXTEST_SWEEP")) == "sparse";
     std::set<uint32_t> counts(large);
-    for (uint32_t n = first; n <= denseUpTo; ++n) counts.insert(n);
+    for (uint32_t n = first; n <= denseUpTo; ++n)
+        if (!sparse || n <= first + 64 || (n - first) % 16 == 0) counts.insert(n);
     for (const uint32_t t : thresholds)
         for (uint32_t n = t > 64 ? t - 64 : 0; n <= t + 64; ++n) counts.insert(n);
     return {counts.lower_bound(first), counts.end()};
@@ -36,10 +43,16 @@ std::string hexBytes(const std::byte* p, std::size_t n)
 std::string firstDifference(const std::string& name, const void* got, const void* want, std::size_t elements,
                             std::size_t elementBytes)
 {
+    // QXTEST_NAN=any (the x86 emulator, which picks NaN payloads by its own rule): any NaN matches any NaN.
+    static const bool anyNaN = std::getenv("QXTEST_NAN") && std::string(std::getenv("QXTEST_NAN")) == "any";
+    const auto isNaN = [](const std::byte* p, std::size_t bytes) {
+        return bytes == 4 ? std::isnan(std::bit_cast<float>(*reinterpret_cast<const uint32_t*>(p)))
+                          : bytes == 8 && std::isnan(std::bit_cast<double>(*reinterpret_cast<const uint64_t*>(p)));
+    };
     const auto* g = static_cast<const std::byte*>(got);
     const auto* w = static_cast<const std::byte*>(want);
     for (std::size_t i = 0; i < elements; ++i, g += elementBytes, w += elementBytes)
-        if (std::memcmp(g, w, elementBytes) != 0)
+        if (std::memcmp(g, w, elementBytes) != 0 && !(anyNaN && isNaN(g, elementBytes) && isNaN(w, elementBytes)))
             return "`" + name + "`[" + std::to_string(i) + "] is " + hexBytes(g, elementBytes) + ", want " +
                    hexBytes(w, elementBytes);
     return "";

@@ -81,7 +81,7 @@ struct SweepRow {
     std::vector<DataSet> dataSets = {DataSet::Plain, DataSet::Specials};
 };
 
-// first..denseUpTo, every count within 64 of each threshold, and `large`.
+// first..denseUpTo (sparser under QXTEST_SWEEP=sparse), every count within 64 of each threshold, and `large`.
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first = 0,
                                    uint32_t denseUpTo = 300, std::initializer_list<uint32_t> large = {1000, 4099, 10000});
 
