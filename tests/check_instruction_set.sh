@@ -2,7 +2,7 @@
 # Disassembles the library and checks the instruction set it relies on: AVX and nothing beyond it (no FMA, no
 # 256-bit integer AVX2 forms, no AVX-512), every SSE-register instruction VEX-encoded, and no x87 arithmetic (x87
 # only moves values: float results, 64-bit integer conversions); and in the aligned-output kernels, every vector
-# store to memory an aligned move.
+# store to memory an aligned move. An AArch64 library is checked for fused multiply-adds only.
 # Usage: check_instruction_set.sh OBJDUMP LIBRARY
 set -uo pipefail
 objdump=$1 library=$2
@@ -14,6 +14,12 @@ flag() {  # flag WHAT: offending lines on standard input
     if [ -n "$hits" ]; then printf 'FAIL: %s:\n%s\n' "$1" "$hits"; fail=1; fi
 }
 tab=$'\t'
+# AArch64 (the NEON build) has its own fused forms: none of fmadd, fmsub, fnmadd, fnmsub, fmla or fmls may appear.
+if [[ $("$objdump" -f "$library") == *"architecture: aarch64"* ]]; then
+    flag "fused multiply-add" < <(grep -E "${tab}(fn?m(add|sub)|fml[as])" <<<"$listing")
+    echo "$(grep -c "$tab" <<<"$listing") instruction lines checked"
+    exit $fail
+fi
 flag "fused multiply-add" < <(grep -E "${tab}vf(n?m(add|sub)|madd|msub)" <<<"$listing")
 flag "AVX-512 registers" < <(grep -E '%zmm|%k[0-7]\b' <<<"$listing")
 # AVX itself has only these vp* forms on 256-bit registers.
