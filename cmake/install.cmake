@@ -11,7 +11,7 @@ install(TARGETS qxcalc-avx EXPORT qxcalc-avx-targets
 install(FILES ${PROJECT_SOURCE_DIR}/include/qxcalc.h ${PROJECT_SOURCE_DIR}/include/qxcalc.hpp
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)
-  install(FILES ${PROJECT_SOURCE_DIR}/src/frame/qxcalc-avx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(FILES ${PROJECT_BINARY_DIR}/${QXCALC_LIBRARY_NAME}.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
 set(packageDir ${CMAKE_INSTALL_LIBDIR}/cmake/qxcalc-avx)

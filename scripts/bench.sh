@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Prints the benchmark table (markdown): every export family's jobs at 16 KiB,
-# 256 KiB and 64 MiB on three release builds side by side (linux-x64,
-# linux-i386, and the Windows DLL's own code loaded into an i386 process by
-# the project's PE loader, tools/dll_loader), with the x64 build next to a streaming read and a
+# 256 KiB and 64 MiB on four release builds side by side (linux-x64,
+# linux-i386, the Windows DLL's own code loaded into an i386 process by
+# the project's PE loader, tools/dll_loader, and linux-x64-sse2, the build
+# for processors without AVX), with the x64 build next to a streaming read and a
 # memcpy of the same block, the peer libraries doing the same job (VOLK,
 # liquid-dsp, libsamplerate) and the plain loop a host would write.
-# Every job runs in ROUNDS rounds (default 3) on the three builds in turn and
+# Every job runs in ROUNDS rounds (default 3) on the four builds in turn and
 # every cell keeps its best round, so that a burst of other work on a shared
 # machine does not land in one build's column only. Builds go to build/bench/; the
 # runs' raw lines stay there (*.tsv). Extra arguments go to every run (e.g.
@@ -24,22 +25,24 @@ configure() {  # configure DIR [CMAKE ARGS...]
 build() { cmake --build "$out/$1" --target "$2" -j"$(nproc)" >/dev/null; }
 
 configure x64 -DQXCALC_BUILD_BENCH=ON
+configure x64-sse2 -DQXCALC_BUILD_BENCH=ON -DQXCALC_ISA=sse2
 configure i386 --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON
 configure dll --toolchain cmake/mingw-i686.cmake
 build dll qxcalc-avx
 configure dll-bench --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON \
     -DQXCALC_DLL_UNDER_TEST="$PWD/$out/dll/qxcalc-avx.dll"
-for dir in x64 i386 dll-bench; do build $dir qxcalc_table; done
+for dir in x64 x64-sse2 i386 dll-bench; do build $dir qxcalc_table; done
 
-# Job by job, each round runs the job on the three builds back to back, so
+# Job by job, each round runs the job on the four builds back to back, so
 # that a slow spell of the machine lands on one round of one job, not on one
 # build's column.
 x64=$out/x64/bench/qxcalc_table i386=$out/i386/bench/qxcalc_table dll=$out/dll-bench/bench/qxcalc_table
+sse2=$out/x64-sse2/bench/qxcalc_table
 rounds=$(seq "${ROUNDS:-3}")
 files=()
 for round in $rounds; do
-    files+=("$out/x64-$round.tsv" "$out/i386-$round.tsv" "$out/dll-$round.tsv")
-    : >"$out/x64-$round.tsv" >"$out/i386-$round.tsv" >"$out/dll-$round.tsv"
+    files+=("$out/x64-$round.tsv" "$out/i386-$round.tsv" "$out/dll-$round.tsv" "$out/sse2-$round.tsv")
+    : >"$out/x64-$round.tsv" >"$out/i386-$round.tsv" >"$out/dll-$round.tsv" >"$out/sse2-$round.tsv"
 done
 {
     echo "# load before the runs: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores"
@@ -50,6 +53,7 @@ done
         "$x64" --job "$job" "$@" >>"$out/x64-$round.tsv"
         "$i386" --ours-only --job "$job" "$@" >>"$out/i386-$round.tsv"
         "$dll" --ours-only --job "$job" "$@" >>"$out/dll-$round.tsv"
+        "$sse2" --ours-only --job "$job" "$@" >>"$out/sse2-$round.tsv"
     done
 done
 echo "# load after the runs: $(cut -d' ' -f1-3 /proc/loadavg)" >>"$out/x64-1.tsv"

@@ -37,6 +37,10 @@
 #include <cfenv>
 #endif
 
+#if !defined(QX_ISA_AVX)
+#include "simd/portable.h"
+#endif
+
 namespace qx::simd {
 
 // Whether the caller's SSE arithmetic (on AArch64: the FPCR) rounds to nearest.

@@ -46,22 +46,25 @@ QX_IN_ORDER(mulInOrder, __m256d, "vmulpd")
 
 #if defined(QX_ISA_SSE2)
 
-#define QX_IN_ORDER(name, Type, mnemonic)                                    \
+// A packed SSE instruction faults on a memory operand off 16 bytes, so the
+// packed forms take the second operand in a register ("x"), the scalar ones
+// anywhere ("xm").
+#define QX_IN_ORDER(name, Type, mnemonic, where)                             \
     QX_INLINE Type name(Type a, Type b)                                      \
     {                                                                        \
         Type r;                                                              \
-        asm(mnemonic " %2, %0" : "=x"(r) : "0"(a), "xm"(b));                 \
+        asm(mnemonic " %2, %0" : "=x"(r) : "0"(a), where(b));                \
         return r;                                                            \
     }
 
-QX_IN_ORDER(addInOrder, float, "addss")
-QX_IN_ORDER(addInOrder, double, "addsd")
-QX_IN_ORDER(addInOrder, __m128, "addps")
-QX_IN_ORDER(addInOrder, __m128d, "addpd")
-QX_IN_ORDER(mulInOrder, float, "mulss")
-QX_IN_ORDER(mulInOrder, double, "mulsd")
-QX_IN_ORDER(mulInOrder, __m128, "mulps")
-QX_IN_ORDER(mulInOrder, __m128d, "mulpd")
+QX_IN_ORDER(addInOrder, float, "addss", "xm")
+QX_IN_ORDER(addInOrder, double, "addsd", "xm")
+QX_IN_ORDER(addInOrder, __m128, "addps", "x")
+QX_IN_ORDER(addInOrder, __m128d, "addpd", "x")
+QX_IN_ORDER(mulInOrder, float, "mulss", "xm")
+QX_IN_ORDER(mulInOrder, double, "mulsd", "xm")
+QX_IN_ORDER(mulInOrder, __m128, "mulps", "x")
+QX_IN_ORDER(mulInOrder, __m128d, "mulpd", "x")
 
 #undef QX_IN_ORDER
 
