@@ -22,9 +22,11 @@ if [ "$isa" = neon ]; then
     exit $fail
 fi
 if [ "$isa" = sse2 ]; then
-    # Every VEX or EVEX instruction on vector registers is spelled v...; wider registers and mask registers
-    # exist only with them.
-    flag "VEX or EVEX encodings" < <(grep -E "${tab}v[a-z0-9]* .*%[xyz]mm|%[yz]mm|%k[0-7]\b" <<<"$listing")
+    # Every VEX or EVEX vector instruction is spelled v... (verr and verw are older), and so are the wider and
+    # mask registers; the VEX-encoded integer instructions (BMI) have names of their own.
+    flag "VEX or EVEX encodings" < <(
+        grep -E "${tab}v[a-z0-9]*([ ${tab}]|$)|%[yz]mm|%k[0-7]\b|${tab}(andn|bextr|blsi|blsmsk|blsr|bzhi|mulx|\
+pdep|pext|rorx|sarx|shlx|shrx) " <<<"$listing" | grep -vE "${tab}ver[rw] ")
     flag "SSE3, SSSE3 or SSE4 instructions" < <(
         grep -E "${tab}((hadd|hsub|addsub)p[sd]|movddup|movs[hl]dup|lddqu|pshufb|palignr|pabs[bwd]|psign[bwd]|\
 pmaddubsw|pmulhrsw|ph(add|sub)[a-z]*|blendv?p[sd]|pblend[a-z]*|round[ps][sd]|dpp[sd]|ptest|pm(in|ax)(s[bd]|u[wd])|\
