@@ -93,4 +93,16 @@ struct Lanes<int32_t> : IntegerLanes<int32_t> {
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm_max_epi32(a, b); }
 };
 
+// Eight int16 lanes in the order 0, 4, 1, 5, 2, 6, 3, 7: each sample beside
+// the one four lanes on. One byte shuffle (SSSE3); SSE2 has none, and SIMDe's
+// form of it moves byte by byte, so there the two halves are interleaved.
+QX_INLINE __m128i pairedFourApart(__m128i v)
+{
+#if defined(QX_ISA_SSE2)
+    return _mm_unpacklo_epi16(v, _mm_srli_si128(v, 8));
+#else
+    return _mm_shuffle_epi8(v, _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15));
+#endif
+}
+
 }  // namespace qx::simd

@@ -71,7 +71,6 @@ __attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vect
                                  int32_t quarters)
 {
     const __m128i ones = _mm_set1_epi16(1);
-    const __m128i pairs = _mm_setr_epi8(0, 1, 8, 9, 2, 3, 10, 11, 4, 5, 12, 13, 6, 7, 14, 15);  // x_k, x_(k+4)
     __m128i sums = _mm_setzero_si128(), squaresWide = sums, squaresHigh = sums;
     __m128i lo = minMax.lo, hi = minMax.hi;
     for (const int16_t* end = p + vectors * L16::width; p != end; p += L16::width) {
@@ -82,7 +81,7 @@ __attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vect
         }
         lo = _mm_min_epi16(lo, v);
         hi = _mm_max_epi16(hi, v);
-        const __m128i paired = _mm_shuffle_epi8(v, pairs);
+        const __m128i paired = simd::pairedFourApart(v);  // x_k, x_(k+4)
         sums = _mm_add_epi32(sums, _mm_madd_epi16(paired, ones));
         const __m128i squares = _mm_madd_epi16(paired, paired);
         squaresWide = _mm_add_epi64(squaresWide, squares);
