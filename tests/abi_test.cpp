@@ -1,36 +1,66 @@
-// What every export promises its caller beyond its results: it leaves the SSE control bits (rounding, exception
-// masks, flush-to-zero, denormals-are-zero) and the x87 control word as the caller set them, under any such
-// settings; input it refuses writes nothing; and on i386, called through a plain stack of 32-bit words misaligned
-// by 0, 4, 8 and 12 bytes, it pops exactly its argument bytes.
+// What every export promises its caller beyond its results: it leaves the floating-point controls (rounding,
+// exception masks, flush-to-zero, denormals-are-zero; on x86 also the x87 control word) as the caller set them,
+// under any such settings; input it refuses writes nothing; and on i386, called through a plain stack of 32-bit
+// words misaligned by 0, 4, 8 and 12 bytes, it pops exactly its argument bytes.
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
 
+#include <array>
+#include <cfenv>
 #include <climits>
 #include <cstdlib>
 
 #include "support/export_table.h"
 
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#endif
+
 using namespace qxtest;
 
 namespace {
 
-// The SSE control/status register and the x87 control word, read or set together.
+// The floating-point controls, read or set together: on x86 the SSE control/status register and the x87 control
+// word; on AArch64 the FPCR (its status flags live apart, in the FPSR), where one bit flushes inputs and results
+// to zero together and exception traps may be unsupported (then they read back as masked).
 struct Controls {
+#if defined(__x86_64__) || defined(__i386__)
     uint32_t mxcsr;
     uint16_t cw;
-    static Controls read() { Controls c; asm volatile("stmxcsr %0\n\tfnstcw %1" : "=m"(c.mxcsr), "=m"(c.cw)); return c; }
-    void set() const { asm volatile("ldmxcsr %0\n\tfldcw %1" : : "m"(mxcsr), "m"(cw)); }
+    static Controls read() { Controls c{_mm_getcsr(), 0}; asm volatile("fnstcw %0" : "=m"(c.cw)); return c; }
+    void set() const
+    {
+        _mm_setcsr(mxcsr);
+        asm volatile("fldcw %0" : : "m"(cw));
+    }
+    // Rounding `mode` (0 nearest, 1 down, 2 up, 3 toward zero), flush-to-zero and denormals-are-zero, the denormal
+    // and divide-by-zero exceptions unmasked; x87: 53-bit precision.
+    static Controls of(uint32_t mode, bool flush, bool unmasked)
+    {
+        return {(0x1F80u | mode << 13 | (flush ? 0x8040u : 0)) & ~(unmasked ? 0x0300u : 0), static_cast<uint16_t>(0x027F | mode << 10)};
+    }
+    bool operator==(const Controls& o) const { return (mxcsr & ~0x3Fu) == o.mxcsr && cw == o.cw; }  // sticky flags aside
+#else
+    uint64_t fpcr;
+    static Controls read() { Controls c; asm volatile("mrs %0, fpcr" : "=r"(c.fpcr)); return c; }
+    void set() const { asm volatile("msr fpcr, %0" : : "r"(fpcr)); }
+    static Controls of(uint32_t mode, bool flush, bool unmasked)
+    {
+        const uint64_t rmode[4] = {0, 2, 1, 3};  // nearest, toward minus and plus infinity, toward zero
+        return {rmode[mode] << 22 | (flush ? 1u << 24 : 0) | (unmasked ? 0x8200u : 0)};
+    }
+    bool operator==(const Controls& o) const { return fpcr == o.fpcr; }
+#endif
 };
 
-// QXTEST_ROUNDING=1, 2 or 3 runs the whole program rounding down, up or toward zero (SSE and x87), so that
-// every sweep compares its export with its model in that mode too.
+// QXTEST_ROUNDING=1, 2 or 3 runs the whole program rounding down, up or toward zero, so that every sweep compares
+// its export with its model in that mode too.
 struct RoundingFromEnvironment : ::testing::Environment {
     void SetUp() override
     {
         const uint32_t mode = std::getenv("QXTEST_ROUNDING") ? std::atoi(std::getenv("QXTEST_ROUNDING")) & 3 : 0;
-        const Controls c = Controls::read();
-        Controls{(c.mxcsr & ~0x6000u) | mode << 13, static_cast<uint16_t>((c.cw & ~0x0C00u) | mode << 10)}.set();
+        std::fesetround(std::array{FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO}[mode]);
     }
 };
 [[maybe_unused]] const auto* const kRounding = ::testing::AddGlobalTestEnvironment(new RoundingFromEnvironment);
@@ -40,19 +70,18 @@ TEST(FloatingPointEnvironment, EveryExportKeepsTheCallersControlSettings)
     ASSERT_EQ(exportTable().size(), 41u);
     for (const ExportRow& row : exportTable())
         for (uint32_t mode = 0; mode < 4; ++mode)
-            for (const auto& [ftzDaz, unmasked] : {std::pair{0u, 0u}, {0x8040u, 0u}, {0u, 0x0300u}, {0x8040u, 0x0300u}}) {
-                // SSE: rounding `mode`, flush-to-zero and denormals-are-zero or not, denormal and divide-by-zero
-                // exceptions unmasked or not; x87: 53-bit precision, rounding `mode`.
-                const Controls caller{(0x1F80u | mode << 13 | ftzDaz) & ~unmasked, static_cast<uint16_t>(0x027F | mode << 10)};
+            for (const auto& [flush, unmasked] : {std::pair{false, false}, {true, false}, {false, true}, {true, true}}) {
                 Scratch s;
                 unsigned char returned[8];
                 const Invocation inv = row.call(s);
                 const Controls saved = Controls::read();
-                caller.set(), inv.direct(returned);
+                Controls::of(mode, flush, unmasked).set();
+                const Controls caller = Controls::read();
+                inv.direct(returned);
                 const Controls after = Controls::read();
                 saved.set();
-                EXPECT_EQ(after.mxcsr & ~0x3Fu, caller.mxcsr) << row.name << " changed MXCSR beyond its sticky flags";
-                EXPECT_EQ(after.cw, caller.cw) << row.name << " changed the x87 control word";
+                EXPECT_TRUE(after == caller) << row.name << " changed the floating-point controls beyond their sticky "
+                                             << "flags, rounding " << mode << ", flush " << flush << ", unmasked " << unmasked;
             }
 }
 

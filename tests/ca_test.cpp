@@ -83,8 +83,8 @@ TEST(CACycleMeans, OverallAndRunningMatchTheModelsInEveryCase)
     for (const auto& [cycles, window] : {std::pair{0ull, 5u}, {2ull, 5u}, {5ull, 5u}, {1ull << 32, 0xFFFFFFFFu}, {16777217ull, 16777217u}})
         sweep({"CARunningVal after " + std::to_string(cycles),
                {block<float>("cycle", Role::In), unswept(block<float>("leaving", Role::In)), block<float>("sum", Role::InOut), unswept(block<float>("mean", Role::Out))},
-               [=](const Blocks& b, uint32_t n) { qxCalcCARunningVal(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), 7, 6 + n, cycles, window); },
-               [=](const Blocks& b, uint32_t n) { modelRunning(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), n, cycles, window); },
+               [=, cycles = cycles, window = window](const Blocks& b, uint32_t n) { qxCalcCARunningVal(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), 7, 6 + n, cycles, window); },
+               [=, cycles = cycles, window = window](const Blocks& b, uint32_t n) { modelRunning(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), n, cycles, window); },
                countsAround({8}, 0, 300, {1000})});
 }
 

@@ -3,8 +3,8 @@
 # (no FMA, no 256-bit integer AVX2 forms, no AVX-512), every SSE-register instruction VEX-encoded. The sse2 build:
 # no VEX or EVEX encoding at all and nothing past SSE2 (no SSE3, SSSE3 or SSE4). Both: no x87 arithmetic (x87 only
 # moves values: float results, 64-bit integer conversions); and in the aligned-output kernels, every vector store
-# to memory an aligned move.
-# Usage: check_instruction_set.sh OBJDUMP LIBRARY [avx|sse2]
+# to memory an aligned move. The neon build (AArch64): no fused multiply-add.
+# Usage: check_instruction_set.sh OBJDUMP LIBRARY [avx|sse2|neon]
 set -uo pipefail
 objdump=$1 library=$2 isa=${3:-avx}
 listing=$("$objdump" -d --no-show-raw-insn "$library") || exit 1
@@ -15,6 +15,12 @@ flag() {  # flag WHAT: offending lines on standard input
     if [ -n "$hits" ]; then printf 'FAIL: %s:\n%s\n' "$1" "$hits"; fail=1; fi
 }
 tab=$'\t'
+# AArch64 has its own fused forms: none of fmadd, fmsub, fnmadd, fnmsub, fmla or fmls may appear.
+if [ "$isa" = neon ]; then
+    flag "fused multiply-add" < <(grep -E "${tab}(fn?m(add|sub)|fml[as])" <<<"$listing")
+    echo "$(grep -c "$tab" <<<"$listing") instruction lines checked"
+    exit $fail
+fi
 if [ "$isa" = sse2 ]; then
     # Every VEX or EVEX vector instruction is spelled v... (verr and verw are older), and so are the wider and
     # mask registers; the VEX-encoded integer instructions (BMI) have names of their own.

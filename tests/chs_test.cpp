@@ -72,6 +72,7 @@ uint32_t randomSampleBits(std::mt19937& rng, bool wild)
 // Feeds `samples` in total; `controls` interleaves Stop, Reset and refused calls.
 void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, bool controls, bool wild, uint32_t seed)
 {
+    if (sparseSweep()) samples /= 8;
     SCOPED_TRACE(::testing::Message() << "rates " << in << " -> " << out << ", ring " << length << ", seed " << seed);
     Handle lib = create(in, out, length);
     chs::Model model(in, out, length);

@@ -64,9 +64,9 @@ TYPED_TEST(ChannelTest, EveryOutputKindFollowsTheRuleForEveryCountStartAndFence)
     using Raw = typename TypeParam::R;
     for (const bool aligned : {false, true}) {
         sweepChannel<Raw, float, TypeParam::kCode>(aligned, false), sweepChannel<Raw, double, TypeParam::kCode>(aligned, false);
-        // NaN payloads meet in the order sample, scale, offset
-        sweepChannel<Raw, float, TypeParam::kCode>(aligned, false, nanWithPayload<float>(0xA), nanWithPayload<float>(0xB));
-        sweepChannel<Raw, double, TypeParam::kCode>(aligned, false, nanWithPayload<double>(0xA), nanWithPayload<double>(0xB));
+        // NaN payloads meet in the order sample, scale, offset (a signalling one)
+        sweepChannel<Raw, float, TypeParam::kCode>(aligned, false, nanWithPayload<float>(0xA), nanWithPayload<float>(0xB, true));
+        sweepChannel<Raw, double, TypeParam::kCode>(aligned, false, nanWithPayload<double>(0xA), nanWithPayload<double>(0xB, true));
         if constexpr (std::is_floating_point_v<Raw>) sweepChannel<Raw, Raw, TypeParam::kCode>(aligned, true);
         if constexpr (std::is_same_v<Raw, int64_t>)  // a zero sample scales to +0 in every rounding mode
             sweepChannel<Raw, float, TypeParam::kCode>(aligned, false, 0.37f, 0.0f), sweepChannel<Raw, double, TypeParam::kCode>(aligned, false, 0.37, 0.0);

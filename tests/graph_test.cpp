@@ -123,7 +123,7 @@ TEST(FindCursorXY, TopDownAndBottomUpBitmapsMatchTheModel)
                 std::mt19937 rng(seed);
                 for (std::size_t i = 0; i < n; ++i) reinterpret_cast<uint32_t*>(to)[i] = rng() % 6 ? (set == DataSet::Plain ? kBackground : rng()) : kinds[rng() % 8];
             };
-            const auto with = [=](auto find) { return [=](const Blocks& b, uint32_t n) {
+            const auto with = [=, cx = cx, cy = cy](auto find) { return [=](const Blocks& b, uint32_t n) {
                 const int32_t stride = 4 * static_cast<int32_t>(n + pad) + 3, column = cx == -2 ? static_cast<int32_t>(n / 2) : cx;
                 find(b.at<uint32_t>(0) + (bottomUp ? (kRows - 1) * (n + pad) : 0), bottomUp ? stride : -stride, static_cast<int32_t>(n), kRows,
                      column, cy, b.at<uint32_t>(1), b.at<int32_t>(2), b.at<int32_t>(3), kBackground);

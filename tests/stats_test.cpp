@@ -19,8 +19,8 @@ constexpr auto api(double) { return std::pair{&qxcalcGetMinMax_double, &qxcalcGe
 constexpr auto api(int16_t) { return std::pair{&qxcalcGetMinMax_int16_t, &qxcalcGetMinMaxAveRMS_int16_t}; }
 constexpr auto api(int32_t) { return std::pair{&qxcalcGetMinMax_int32_t, &qxcalcGetMinMaxAveRMS_int32_t}; }
 
-// Blocks of zeros: -0 only (plain data), or zeros of both signs with `one` here and there and a rare NaN (special
-// values). Which zero or NaN comes out shows the order in which the samples met.
+// Blocks of zeros: -0 only (plain data), or zeros of both signs with `one` here and there and a rare signalling NaN
+// (special values). Which zero or NaN comes out shows the order in which the samples met.
 template <class T, int one>
 void fillZeros(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
 {
@@ -28,7 +28,7 @@ void fillZeros(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
     for (T* p = reinterpret_cast<T*>(to); n-- > 0; ++p) {
         const unsigned r = set == DataSet::Plain ? 0 : rng() % 256;
         *p = r < 128 ? -T(0) : r < 240 ? T(0) : r < 255 ? T(one) : T(0);
-        if constexpr (std::is_floating_point_v<T>) *p = r < 255 ? *p : nanWithPayload<T>(rng() % 1000 + 1);
+        if constexpr (std::is_floating_point_v<T>) *p = r < 255 ? *p : nanWithPayload<T>(rng() % 1000 + 1, true);
     }
 }
 

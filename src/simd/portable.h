@@ -19,6 +19,10 @@
 //   SSE2 form calls roundeven, which not every C library has. AArch64 has the
 //   instruction (frintn); SSE2 has none that ignores the mode, so each lane
 //   is rounded on its bits.
+// - The double minimum and maximum (_mm256_min_pd, _mm256_max_pd): x86 gives
+//   the first operand where it compares less (greater), else the second (a
+//   NaN in either operand, equal zeros). SIMDe's AArch64 form is fmin/fmax,
+//   which returns the NaN, quieted, and orders -0 below +0.
 #pragma once
 
 #include <cstdint>
@@ -136,6 +140,18 @@ inline __m128i int32FromDouble4Truncated(__m256d v)
     return simde__m128i_from_neon_i32(vcombine_s32(int32FromIntegral(vrndq_f64(low)), int32FromIntegral(vrndq_f64(high))));
 }
 
+template <bool max>
+inline __m256d extremeLanes(__m256d a, __m256d b)
+{
+    float64x2_t half[2];
+    for (int i = 0; i < 2; ++i) {
+        const float64x2_t x = simde__m128d_to_neon_f64(i ? _mm256_extractf128_pd(a, 1) : _mm256_castpd256_pd128(a));
+        const float64x2_t y = simde__m128d_to_neon_f64(i ? _mm256_extractf128_pd(b, 1) : _mm256_castpd256_pd128(b));
+        half[i] = vbslq_f64(max ? vcgtq_f64(x, y) : vcltq_f64(x, y), x, y);
+    }
+    return _mm256_setr_m128d(simde__m128d_from_neon_f64(half[0]), simde__m128d_from_neon_f64(half[1]));
+}
+
 inline int int32FromLowDoubleTruncated(__m128d v)
 {
     return vget_lane_s32(int32FromIntegral(vrndq_f64(simde__m128d_to_neon_f64(v))), 0);
@@ -161,4 +177,8 @@ inline int int32FromLowDoubleTruncated(__m128d v)
 #else
 #undef _mm_cvttsd_si32
 #define _mm_cvttsd_si32(v) qx::simd::int32FromLowDoubleTruncated(v)
+#undef _mm256_min_pd
+#define _mm256_min_pd(a, b) qx::simd::extremeLanes<false>(a, b)
+#undef _mm256_max_pd
+#define _mm256_max_pd(a, b) qx::simd::extremeLanes<true>(a, b)
 #endif

@@ -24,17 +24,18 @@ BitsOf<T> bitsOf(T v)
 inline float floatFromBits(uint32_t b) { return std::bit_cast<float>(b); }
 inline double doubleFromBits(uint64_t b) { return std::bit_cast<double>(b); }
 
-// Quiet NaNs with distinct payloads, so that which operand survives shows.
+// NaNs with distinct (non-zero) payloads, so that which operand survives shows: quiet, or with the quiet bit clear.
+// Where a quiet NaN meets a signalling one, x86 keeps the first operand's payload and AArch64 the signalling one's.
 template <class T>
-T nanWithPayload(unsigned payload)
+T nanWithPayload(unsigned payload, bool signalling = false)
 {
-    if constexpr (sizeof(T) == 4) return floatFromBits(0x7FC00000u | (payload & 0x3FFFFF));
-    else return doubleFromBits(0x7FF8000000000000ull | payload);
+    if constexpr (sizeof(T) == 4) return floatFromBits((signalling ? 0x7F800000u : 0x7FC00000u) | (payload & 0x3FFFFF));
+    else return doubleFromBits((signalling ? 0x7FF0000000000000ull : 0x7FF8000000000000ull) | payload);
 }
 
 // Random samples. Plain: finite floats within +-1e6, integers within +-30000 (so the type's extremes can serve
-// as poison). With specials: floats sprinkled with NaNs of varying payload, infinities and zeros, each of both
-// signs; integers over their full range, sprinkled with the type's extremes.
+// as poison). With specials: floats sprinkled with NaNs of varying payload (the negative ones signalling),
+// infinities and zeros, each of both signs; integers over their full range, sprinkled with the type's extremes.
 template <class T>
 std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
 {
@@ -45,7 +46,7 @@ std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
             v[i] = static_cast<T>(std::uniform_real_distribution<double>(-1e6, 1e6)(rng));
             if (specials && rng() % 16 == 0) {  // a NaN, a zero or an infinity; odd kinds negative
                 const unsigned kind = rng() % 6;
-                const T magnitude = kind < 2 ? nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1))
+                const T magnitude = kind < 2 ? nanWithPayload<T>(static_cast<unsigned>(rng() % 1000 + 1), kind == 1)
                                              : kind < 4 ? T(0) : std::numeric_limits<T>::infinity();
                 v[i] = kind % 2 ? -magnitude : magnitude;
             }

@@ -14,15 +14,18 @@
 
 namespace qxtest {
 
+bool sparseSweep()
+{
+    static const bool sparse = std::getenv("QXTEST_SWEEP") && std::string(std::getenv("QXTEST_SWEEP")) == "sparse";
+    return sparse;
+}
+
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first, uint32_t denseUpTo,
                                    std::initializer_list<uint32_t> large)
 {
-    // QXTEST_SWEEP=sparse (emulated runs): every count from `first` to 64 past it and within 64 of each threshold,
-    // then every 16th count up to `denseUpTo`; the large ones as always.
-    static const bool sparse = std::getenv("QXTEST_SWEEP") && std::string(std::getenv("QXTEST_SWEEP")) == "sparse";
     std::set<uint32_t> counts(large);
     for (uint32_t n = first; n <= denseUpTo; ++n)
-        if (!sparse || n <= first + 64 || (n - first) % 16 == 0) counts.insert(n);
+        if (!sparseSweep() || n <= first + 64 || (n - first) % 16 == 0) counts.insert(n);
     for (const uint32_t t : thresholds)
         for (uint32_t n = t > 64 ? t - 64 : 0; n <= t + 64; ++n) counts.insert(n);
     return {counts.lower_bound(first), counts.end()};
@@ -76,7 +79,10 @@ void sweep(const SweepRow& row)
         }
         for (const uint32_t n : row.counts) {
             // Start offsets of the swept buffers, counted as a mixed-radix number.
+            // Sparse: every start of each buffer, the buffers stepping together at different paces (counts past
+            // 300: the first two).
             std::vector<unsigned> start(nBlocks, 0);
+            unsigned step = 0;
             for (bool more = true; more;) {
                 for (const bool trailingFirst : {true, false}) {
                     Blocks call, model;
@@ -112,10 +118,19 @@ void sweep(const SweepRow& row)
                     }
                 }
                 more = false;
-                for (std::size_t i = 0; i < nBlocks && !more; ++i) {
+                ++step;
+                for (std::size_t i = 0; i < nBlocks; ++i) {
                     const BlockSpec& b = row.blocks[i];
-                    if (b.swept && ++start[i] < 32 / b.alignment) more = true;
-                    else start[i] = 0;
+                    const unsigned starts = 32 / b.alignment;
+                    if (!b.swept || (more && !sparseSweep())) continue;
+                    if (sparseSweep()) {
+                        start[i] = step * (2 * i + 1) % starts;
+                        more = more || step < (n > 300 ? 2 : starts);  // large counts: two placements
+                    } else if (++start[i] < starts) {
+                        more = true;
+                    } else {
+                        start[i] = 0;
+                    }
                 }
             }
         }

@@ -81,6 +81,10 @@ struct SweepRow {
     std::vector<DataSet> dataSets = {DataSet::Plain, DataSet::Specials};
 };
 
+// QXTEST_SWEEP=sparse, for emulated runs: fewer counts (see countsAround), each buffer's every start offset but
+// not every combination of them, shorter interpolator streams.
+bool sparseSweep();
+
 // first..denseUpTo (sparser under QXTEST_SWEEP=sparse), every count within 64 of each threshold, and `large`.
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first = 0,
                                    uint32_t denseUpTo = 300, std::initializer_list<uint32_t> large = {1000, 4099, 10000});
