@@ -1,30 +1,46 @@
 #include "support/guarded.h"
 
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
 #include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
-
-#include <cstdlib>
-#include <cstring>
-#include <utility>
+#endif
 
 namespace qxtest {
 
 GuardedArena::GuardedArena(std::size_t bytes)
 {
+#ifdef _WIN32
+    const std::size_t page = 4096;
+    const std::size_t usable = (bytes + page - 1) / page * page;
+    mappingBytes_ = usable + 2 * page;
+    void* m = VirtualAlloc(nullptr, mappingBytes_, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
+    DWORD was;
+    if (!m || !VirtualProtect(static_cast<std::byte*>(m) + page, usable, PAGE_READWRITE, &was)) std::abort();
+#else
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t usable = (bytes + page - 1) / page * page;
     mappingBytes_ = usable + 2 * page;
     void* m = mmap(nullptr, mappingBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED) std::abort();
+    if (m == MAP_FAILED || mprotect(static_cast<std::byte*>(m) + page, usable, PROT_READ | PROT_WRITE) != 0) std::abort();
+#endif
     mapping_ = static_cast<std::byte*>(m);
     begin_ = mapping_ + page;
     end_ = begin_ + usable;
-    if (mprotect(begin_, usable, PROT_READ | PROT_WRITE) != 0) std::abort();
 }
 
+#ifdef _WIN32
+GuardedArena::~GuardedArena() { VirtualFree(mapping_, 0, MEM_RELEASE); }
+#else
 GuardedArena::~GuardedArena() { munmap(mapping_, mappingBytes_); }
+#endif
 
 std::byte* GuardedArena::placeAgainstEnd(std::size_t bytes, unsigned misalign) const
 {
@@ -53,6 +69,34 @@ bool GuardedArena::poisonIntact() const
 }
 
 namespace {
+#ifdef _WIN32
+// An access violation inside runWithoutFault() resumes in escape(), on the stack below the faulting frame, which
+// jumps back into runWithoutFault(); other exceptions go on to the usual handlers.
+thread_local void* activeJump[5];  // __builtin_setjmp's buffer
+thread_local bool active = false;
+
+[[noreturn]] void escape() { __builtin_longjmp(activeJump, 1); }
+
+LONG CALLBACK onFault(EXCEPTION_POINTERS* e)
+{
+    if (!active || e->ExceptionRecord->ExceptionCode != EXCEPTION_ACCESS_VIOLATION) return EXCEPTION_CONTINUE_SEARCH;
+    active = false;
+    e->ContextRecord->Rsp = ((e->ContextRecord->Rsp - 256) & ~DWORD64{15}) - 8;  // as if escape() had been called
+    e->ContextRecord->Rip = reinterpret_cast<DWORD64>(&escape);
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+}  // namespace
+
+bool runWithoutFault(const std::function<void()>& call)
+{
+    [[maybe_unused]] static const bool installed = AddVectoredExceptionHandler(1, onFault) != nullptr;
+    if (__builtin_setjmp(activeJump) != 0) return false;
+    active = true;
+    call();
+    active = false;
+    return true;
+}
+#else
 thread_local sigjmp_buf* activeJump = nullptr;
 
 void onFault(int)
@@ -84,5 +128,7 @@ bool runWithoutFault(const std::function<void()>& call)
     activeJump = nullptr;
     return true;
 }
+
+#endif
 
 }  // namespace qxtest
