@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Reads the DLL's export and import tables and checks the binary interface a host links against: plain
 # (undecorated) names, every name declared in the public header, ordinal base 1 and ordinals 1..N in ascending byte
-# order of the names, all 41 exports, and imports from Windows system DLLs only.
+# order of the names, all 41 exports, on x64 unwind data for each, and imports from Windows system DLLs only.
 # Usage: check_dll_exports.sh OBJDUMP DLL HEADER
 set -euo pipefail
 objdump=$1 dll=$2 header=$3
@@ -34,6 +34,16 @@ declaredCount=$(wc -l <<<"$declared")
 [ "$declaredCount" = 41 ] || complain "the header declares $declaredCount exports, not 41"
 [ "$exported" = 41 ] || complain "the DLL exports $exported names, not 41"
 echo "exports: $exported of $declaredCount declared"
+
+# x64: exception dispatch and debuggers walk each export's frame through its function table (.pdata) entry.
+if grep -q 'file format pei-x86-64' <<<"$table"; then
+    imageBase=$((16#$(sed -n 's/^ImageBase[[:space:]]*//p' <<<"$table")))
+    begins=$(sed -n '/^The Function Table/,/^$/s/^ [0-9a-f]*:[[:space:]]*\([0-9a-f]*\) .*/\1/p' <<<"$table")
+    for rva in $(sed -n 's/.*\] \([0-9a-f]*\) Export RVA$/\1/p' <<<"$table"); do
+        grep -qx "$(printf '%016x' $((imageBase + 16#$rva)))" <<<"$begins" || complain "no unwind data for the export at $rva"
+    done
+    echo "unwind data: $(wc -l <<<"$begins") functions"
+fi
 
 imports=$(sed -n 's/^[[:space:]]*DLL Name: //p' <<<"$table")
 echo "imports:" $imports
