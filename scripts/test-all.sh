@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Builds all three targets (Linux x86-64, Linux i386 __stdcall, Windows
-# 32-bit DLL) and runs every test: the GoogleTest suites on both Linux
-# targets, the instruction-set checks, the DLL's export/import tables, and
+# Builds all four targets (Linux x86-64, Linux i386 __stdcall, Windows
+# 32-bit and x64 DLLs) and runs every test: the GoogleTest suites on both
+# Linux targets and on the x64 DLL under Wine, the instruction-set checks, the DLL's export/import tables, and
 # the Python module's tests (pytest, on the x86-64 build). Then the x86-64
 # suite under AddressSanitizer and UndefinedBehaviorSanitizer, the threads
 # test under ThreadSanitizer, and a minute of each libFuzzer target.
@@ -9,13 +9,14 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 \
     binutils-mingw-w64-i686 libgtest-dev valgrind libsndfile1-dev libpng-dev pkg-config \
-    pybind11-dev python3-dev python3-numpy python3-pytest clang libclang-rt-14-dev
+    pybind11-dev python3-dev python3-numpy python3-pytest clang libclang-rt-14-dev \
+    g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64
 # The interpreter that Debian's numpy and pytest belong to.
 python=/usr/bin/python3
 status=0 passed=0 failed=0
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-for preset in linux-x64 linux-i386 win32-dll linux-x64-asan linux-x64-tsan linux-x64-fuzz; do
+for preset in linux-x64 linux-i386 win32-dll win64-dll linux-x64-asan linux-x64-tsan linux-x64-fuzz; do
     echo "=== $preset"
     cmake --preset "$preset" -DQXCALC_BUILD_TESTS=ON -DPython3_EXECUTABLE="$python" >/dev/null
     cmake --build --preset "$preset" -j"$(nproc)"
