@@ -13,6 +13,9 @@
 
 #include <immintrin.h>
 #include <time.h>
+#ifdef _WIN32
+#include <windows.h>
+#endif
 
 #include <algorithm>
 #include <cstdio>
@@ -55,9 +58,17 @@ constexpr int kSamples = 5;
 
 double threadSeconds()
 {
+#ifdef _WIN32
+    // Wine counts a thread's CPU time in 10 ms steps: the Windows build times the wall clock.
+    LARGE_INTEGER t, perSecond;
+    QueryPerformanceCounter(&t);
+    QueryPerformanceFrequency(&perSecond);
+    return static_cast<double>(t.QuadPart) / static_cast<double>(perSecond.QuadPart);
+#else
     timespec t;
     clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
     return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+#endif
 }
 
 // Seconds of `reps` runs, each preceded by `before` (may be empty).

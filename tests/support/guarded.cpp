@@ -7,7 +7,6 @@
 #ifdef _WIN32
 #include <windows.h>
 #else
-#include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -69,66 +68,53 @@ bool GuardedArena::poisonIntact() const
 }
 
 namespace {
-#ifdef _WIN32
-// An access violation inside runWithoutFault() resumes in escape(), on the stack below the faulting frame, which
-// jumps back into runWithoutFault(); other exceptions go on to the usual handlers.
-thread_local void* activeJump[5];  // __builtin_setjmp's buffer
+// The way back into runWithoutFault() from a fault: __builtin_setjmp's buffer, and whether `call` is running.
+thread_local void* activeJump[5];
 thread_local bool active = false;
 
-[[noreturn]] void escape() { __builtin_longjmp(activeJump, 1); }
+[[noreturn]] void escape()
+{
+    active = false;
+    __builtin_longjmp(activeJump, 1);
+}
 
+#ifdef _WIN32
+// An access violation resumes in escape(), on the stack below the faulting frame; other exceptions go on.
 LONG CALLBACK onFault(EXCEPTION_POINTERS* e)
 {
     if (!active || e->ExceptionRecord->ExceptionCode != EXCEPTION_ACCESS_VIOLATION) return EXCEPTION_CONTINUE_SEARCH;
-    active = false;
     e->ContextRecord->Rsp = ((e->ContextRecord->Rsp - 256) & ~DWORD64{15}) - 8;  // as if escape() had been called
     e->ContextRecord->Rip = reinterpret_cast<DWORD64>(&escape);
     return EXCEPTION_CONTINUE_EXECUTION;
 }
+
+bool installHandler() { return AddVectoredExceptionHandler(1, onFault) != nullptr; }
+#else
+void onFault(int)
+{
+    if (!active) std::abort();
+    escape();  // SA_NODEFER: no signal mask to restore
+}
+
+bool installHandler()
+{
+    struct sigaction action {};
+    action.sa_handler = onFault;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_NODEFER;
+    return sigaction(SIGSEGV, &action, nullptr) == 0 && sigaction(SIGBUS, &action, nullptr) == 0;
+}
+#endif
 }  // namespace
 
 bool runWithoutFault(const std::function<void()>& call)
 {
-    [[maybe_unused]] static const bool installed = AddVectoredExceptionHandler(1, onFault) != nullptr;
+    [[maybe_unused]] static const bool installed = installHandler();
     if (__builtin_setjmp(activeJump) != 0) return false;
     active = true;
     call();
     active = false;
     return true;
 }
-#else
-thread_local sigjmp_buf* activeJump = nullptr;
-
-void onFault(int)
-{
-    if (activeJump) siglongjmp(*activeJump, 1);
-    std::abort();
-}
-
-}  // namespace
-
-bool runWithoutFault(const std::function<void()>& call)
-{
-    [[maybe_unused]] static const bool installed = [] {
-        struct sigaction action {};
-        action.sa_handler = onFault;
-        sigemptyset(&action.sa_mask);
-        action.sa_flags = SA_NODEFER;
-        sigaction(SIGSEGV, &action, nullptr);
-        sigaction(SIGBUS, &action, nullptr);
-        return true;
-    }();
-    sigjmp_buf jump;
-    if (sigsetjmp(jump, 1) != 0) {
-        activeJump = nullptr;
-        return false;
-    }
-    activeJump = &jump;
-    call();
-    activeJump = nullptr;
-    return true;
-}
-
-#endif
 
 }  // namespace qxtest
