@@ -10,7 +10,9 @@ install(TARGETS qxcalc-avx EXPORT qxcalc-avx-targets
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/qxcalc.h ${PROJECT_SOURCE_DIR}/include/qxcalc.hpp
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-if(WIN32)
+if(WIN32 AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  install(FILES ${PROJECT_BINARY_DIR}/qxcalc-avx-x64.def DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME qxcalc-avx.def)
+elseif(WIN32)
   install(FILES ${PROJECT_SOURCE_DIR}/src/frame/qxcalc-avx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
