@@ -1,5 +1,7 @@
-# 64-bit Windows DLL, cross-built with mingw-w64. The win32 thread model: the
-# compiler's runtime needs no threading DLL, so the DLL imports system DLLs only.
+# 64-bit Windows DLL, cross-built with mingw-w64. The posix thread model: the
+# test suites' GoogleTest needs std::mutex, which GCC 12's win32 model lacks.
+# The compiler's runtime is linked in statically and the library starts no
+# threads, so the DLL still imports system DLLs only (the export check reads it).
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)

@@ -17,7 +17,7 @@ namespace qxtest {
 GuardedArena::GuardedArena(std::size_t bytes)
 {
 #ifdef _WIN32
-    const std::size_t page = 4096;
+    const std::size_t page = 4096;  // x86 Windows
     const std::size_t usable = (bytes + page - 1) / page * page;
     mappingBytes_ = usable + 2 * page;
     void* m = VirtualAlloc(nullptr, mappingBytes_, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
