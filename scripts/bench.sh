@@ -34,14 +34,17 @@ configure dll-bench --toolchain cmake/linux-i386.cmake -DQXCALC_BUILD_BENCH=ON \
 configure win64 --toolchain cmake/mingw-x86_64.cmake -DQXCALC_BUILD_BENCH=ON
 for dir in x64 i386 dll-bench win64; do build $dir qxcalc_table; done
 
-# The x64 DLL's program runs under Wine, kernels natively; one Wine server for
-# all its runs (a Wine process then starts in a few milliseconds).
+# The x64 DLL's program runs under Wine, kernels natively. The first start
+# makes the prefix; then one Wine server stays for all the runs (a Wine process
+# then starts in a few milliseconds instead of seconds).
 export WINEPREFIX=$PWD/$out/win64/wine WINEDEBUG=-all
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
-"$(dirname "$wine")/wineserver" -p
-trap '"$(dirname "$wine")/wineserver" -k' EXIT
 win64() { "$wine" "$out/win64/qxcalc_table.exe" "$@"; }
-win64 --list >/dev/null 2>&1  # the first start creates the prefix
+server=$(dirname "$wine")/wineserver
+win64 --list >/dev/null 2>&1
+"$server" -w
+"$server" -p
+trap '"$server" -k' EXIT
 
 # Job by job, each round runs the job on the four builds back to back, so
 # that a slow spell of the machine lands on one round of one job, not on one
