@@ -8,9 +8,11 @@
  *
  * Binary interface (32-bit x86): every export is __stdcall (the callee pops its
  * arguments), exported under its plain name; float and double results come
- * back on the x87 stack. On x86-64 the platform's native convention is used.
- * Records are laid out as the host's 32-bit Windows compiler lays them out:
- * doubles aligned to 8 inside records, reserved fields present.
+ * back on the x87 stack. On x86-64 the platform's native convention is used
+ * (on 64-bit Windows the Microsoft x64 one, results in xmm0; the DLL has the
+ * same names and ordinals). Records are laid out as the host's Windows
+ * compiler lays them out: doubles aligned to 8 inside records, reserved fields
+ * present, pointers of the host's width (both layouts are pinned at the end).
  *
  * Unless a function says otherwise it validates nothing: valid pointers,
  * counts and alignment are the caller's duty, and a count of 0 does nothing.
@@ -395,13 +397,13 @@ QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Stop(CHSInterpolator* 
 } /* extern "C" */
 #endif
 
-/* ---- The 32-bit record layout, pinned ------------------------------------- */
+/* ---- The record layouts of 32-bit and 64-bit hosts, pinned ---------------- */
+#if defined(__cplusplus)
+#  define QXCALC_LAYOUT(cond) static_assert(cond, #cond)
+#else
+#  define QXCALC_LAYOUT(cond) _Static_assert(cond, #cond)
+#endif
 #if UINTPTR_MAX == 0xFFFFFFFFu
-#  if defined(__cplusplus)
-#    define QXCALC_LAYOUT(cond) static_assert(cond, #cond)
-#  else
-#    define QXCALC_LAYOUT(cond) _Static_assert(cond, #cond)
-#  endif
 QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, scale) == 8);
 QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, offset) == 16);
 QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, count) == 24);
@@ -430,7 +432,36 @@ QXCALC_LAYOUT(sizeof(GraphMapping) == 152);
 QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, outputRate) == 8);
 QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, bufferLength) == 16);
 QXCALC_LAYOUT(sizeof(CHSInterpolatorParams) == 24);
-#  undef QXCALC_LAYOUT
+#elif UINTPTR_MAX == 0xFFFFFFFFFFFFFFFFu /* 8-byte pointers, the same on 64-bit Windows and Linux */
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, scale) == 16);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, offset) == 24);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, count) == 32);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, sampleType) == 36);
+QXCALC_LAYOUT(sizeof(ChannelScaleParams_double) == 40);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, scale) == 16);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, sampleType) == 28);
+QXCALC_LAYOUT(sizeof(ChannelScaleParams_float) == 32);
+QXCALC_LAYOUT(sizeof(IIRBlock) == 32);
+QXCALC_LAYOUT(offsetof(IIRFilter, reserved) == 12);
+QXCALC_LAYOUT(offsetof(IIRFilter, gains) == 16);
+QXCALC_LAYOUT(offsetof(IIRFilter, sections) == 24);
+QXCALC_LAYOUT(sizeof(IIRFilter) == 32);
+QXCALC_LAYOUT(sizeof(PinkFilterState) == 64);
+QXCALC_LAYOUT(offsetof(GraphMapping, xSource) == 5);
+QXCALC_LAYOUT(offsetof(GraphMapping, xAxisType) == 7);
+QXCALC_LAYOUT(offsetof(GraphMapping, index) == 8);
+QXCALC_LAYOUT(offsetof(GraphMapping, yAxisType) == 12);
+QXCALC_LAYOUT(offsetof(GraphMapping, left) == 16);
+QXCALC_LAYOUT(offsetof(GraphMapping, bottom) == 22);
+QXCALC_LAYOUT(offsetof(GraphMapping, xScale) == 24);
+QXCALC_LAYOUT(offsetof(GraphMapping, dbReference) == 120);
+QXCALC_LAYOUT(offsetof(GraphMapping, ySamples) == 128);
+QXCALC_LAYOUT(offsetof(GraphMapping, pointCountOut) == 160);
+QXCALC_LAYOUT(sizeof(GraphMapping) == 168);
+QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, outputRate) == 8);
+QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, bufferLength) == 16);
+QXCALC_LAYOUT(sizeof(CHSInterpolatorParams) == 24);
 #endif
+#undef QXCALC_LAYOUT
 
 #endif /* QXCALC_H */

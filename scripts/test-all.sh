@@ -1,27 +1,30 @@
 #!/usr/bin/env bash
-# Builds all three targets (Linux x86-64, Linux i386 __stdcall, Windows
-# 32-bit DLL) and runs every test: the GoogleTest suites on both Linux
-# targets, the instruction-set checks, the DLL's export/import tables, and
-# the Python package's tests (pytest, on the package pip installs). The same
-# for the builds for processors without AVX (linux-x64-sse2, whose suite also
-# runs under qemu-x86_64 on a processor model without AVX, and
-# win32-dll-sse2), and for 64-bit ARM (linux-arm64: a clang cross build whose
-# suites run under qemu-aarch64 with sparse sweeps). Then the x86-64 suite
-# under AddressSanitizer and UndefinedBehaviorSanitizer, the threads test
-# under ThreadSanitizer, and a minute of each libFuzzer target.
+# Builds every target and runs every test on it: Linux x86-64, Linux i386
+# (__stdcall), the Windows 32-bit DLL (its own code through the project's PE
+# loader) and the Windows x64 DLL (its suites under Wine), each with the
+# GoogleTest suites, the rounding-mode runs and the binary checks (instruction
+# set, exports, no state); the same for the builds for processors without AVX
+# (linux-x64-sse2, whose suite also runs under qemu-x86_64 on a processor
+# model without AVX, and win32-dll-sse2) and for 64-bit ARM (linux-arm64: a
+# clang cross build whose suites run under qemu-aarch64 with sparse sweeps).
+# Then the x86-64 suite under AddressSanitizer and UndefinedBehaviorSanitizer,
+# the threads test under ThreadSanitizer, a minute of each libFuzzer target,
+# and the Python package's tests (pytest, on the package pip installs).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/ensure-packages.sh cmake make g++ g++-multilib g++-mingw-w64-i686 \
     binutils-mingw-w64-i686 libsimde-dev qemu-user libgtest-dev valgrind libsndfile1-dev libpng-dev pkg-config \
     pybind11-dev python3-dev python3-numpy python3-pytest clang libclang-rt-14-dev \
     python3-pip python3-setuptools python3-wheel python3-venv \
-    libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross libgcc-12-dev-arm64-cross binutils-aarch64-linux-gnu
+    libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross libgcc-12-dev-arm64-cross binutils-aarch64-linux-gnu \
+    g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine64
 # The interpreter that Debian's numpy and pytest belong to.
 python=/usr/bin/python3
 status=0 passed=0 failed=0
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-for preset in linux-x64 linux-i386 win32-dll linux-x64-sse2 win32-dll-sse2 linux-arm64 linux-x64-asan linux-x64-tsan linux-x64-fuzz; do
+for preset in linux-x64 linux-i386 win32-dll win64-dll linux-x64-sse2 win32-dll-sse2 linux-arm64 \
+              linux-x64-asan linux-x64-tsan linux-x64-fuzz; do
     echo "=== $preset"
     cmake --preset "$preset" -DQXCALC_BUILD_TESTS=ON -DPython3_EXECUTABLE="$python" >/dev/null
     cmake --build --preset "$preset" -j"$(nproc)"

@@ -4,8 +4,6 @@
 // words misaligned by 0, 4, 8 and 12 bytes, it pops exactly its argument bytes.
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-
 #include <array>
 #include <cfenv>
 #include <climits>
@@ -103,6 +101,7 @@ TEST(RefusedInput, ReadsAndWritesNothing)
 }
 
 #if QXCALC_TEST_STDCALL_ABI
+#include <dlfcn.h>
 
 extern "C" void qxtestCallStdcall(const void* function, const uint32_t* words, uint32_t wordCount,
                                   uint32_t stackAdjust, uint32_t resultKind, void* result, int32_t* drift);

@@ -8,6 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#ifdef _WIN32
+#include <malloc.h>
+#endif
 #include <functional>
 #include <memory>
 #include <new>
@@ -81,12 +84,31 @@ struct Block {
     T& operator[](std::size_t i) const { return values[i]; }
 };
 
+// Aligned storage, released by alignedFree (the Windows runtime keeps aligned blocks apart).
+inline void* alignedAlloc(std::size_t alignment, std::size_t bytes)
+{
+#ifdef _WIN32
+    return _aligned_malloc(bytes, alignment);
+#else
+    return std::aligned_alloc(alignment, bytes);
+#endif
+}
+
+inline void alignedFree(void* p)
+{
+#ifdef _WIN32
+    _aligned_free(p);
+#else
+    std::free(p);
+#endif
+}
+
 template <class T>
 Block<T> block(std::size_t n, unsigned seed = 1)
 {
     const std::size_t offset = nextBlockOffset();
-    char* page = static_cast<char*>(std::aligned_alloc(4096, (n * sizeof(T) + offset + 4095) / 4096 * 4096 + 4096));
-    Block<T> b{std::shared_ptr<T[]>(reinterpret_cast<T*>(page + offset), [page](T*) { std::free(page); }),
+    char* page = static_cast<char*>(alignedAlloc(4096, (n * sizeof(T) + offset + 4095) / 4096 * 4096 + 4096));
+    Block<T> b{std::shared_ptr<T[]>(reinterpret_cast<T*>(page + offset), [page](T*) { alignedFree(page); }),
                static_cast<uint32_t>(n)};
     std::mt19937 rng(seed);
     for (std::size_t i = 0; i < n; ++i) {
@@ -109,10 +131,10 @@ Block<T> blockOfBytes(std::size_t bytes, unsigned seed = 1)
 template <class T>
 std::shared_ptr<T> make64()
 {
-    void* p = std::aligned_alloc(64, (sizeof(T) + 63) / 64 * 64);
+    void* p = alignedAlloc(64, (sizeof(T) + 63) / 64 * 64);
     return std::shared_ptr<T>(new (p) T(), [](T* t) {
         t->~T();
-        std::free(t);
+        alignedFree(t);
     });
 }
 

@@ -1,30 +1,45 @@
 #include "support/guarded.h"
 
-#include <setjmp.h>
-#include <signal.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <signal.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
 
 namespace qxtest {
 
 GuardedArena::GuardedArena(std::size_t bytes)
 {
+#ifdef _WIN32
+    const std::size_t page = 4096;  // x86 Windows
+    const std::size_t usable = (bytes + page - 1) / page * page;
+    mappingBytes_ = usable + 2 * page;
+    void* m = VirtualAlloc(nullptr, mappingBytes_, MEM_RESERVE | MEM_COMMIT, PAGE_NOACCESS);
+    DWORD was;
+    if (!m || !VirtualProtect(static_cast<std::byte*>(m) + page, usable, PAGE_READWRITE, &was)) std::abort();
+#else
     const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t usable = (bytes + page - 1) / page * page;
     mappingBytes_ = usable + 2 * page;
     void* m = mmap(nullptr, mappingBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED) std::abort();
+    if (m == MAP_FAILED || mprotect(static_cast<std::byte*>(m) + page, usable, PROT_READ | PROT_WRITE) != 0) std::abort();
+#endif
     mapping_ = static_cast<std::byte*>(m);
     begin_ = mapping_ + page;
     end_ = begin_ + usable;
-    if (mprotect(begin_, usable, PROT_READ | PROT_WRITE) != 0) std::abort();
 }
 
+#ifdef _WIN32
+GuardedArena::~GuardedArena() { VirtualFree(mapping_, 0, MEM_RELEASE); }
+#else
 GuardedArena::~GuardedArena() { munmap(mapping_, mappingBytes_); }
+#endif
 
 std::byte* GuardedArena::placeAgainstEnd(std::size_t bytes, unsigned misalign) const
 {
@@ -53,35 +68,52 @@ bool GuardedArena::poisonIntact() const
 }
 
 namespace {
-thread_local sigjmp_buf* activeJump = nullptr;
+// The way back into runWithoutFault() from a fault: __builtin_setjmp's buffer, and whether `call` is running.
+thread_local void* activeJump[5];
+thread_local bool active = false;
 
-void onFault(int)
+[[noreturn]] void escape()
 {
-    if (activeJump) siglongjmp(*activeJump, 1);
-    std::abort();
+    active = false;
+    __builtin_longjmp(activeJump, 1);
 }
 
+#ifdef _WIN32
+// An access violation resumes in escape(), on the stack below the faulting frame; other exceptions go on.
+LONG CALLBACK onFault(EXCEPTION_POINTERS* e)
+{
+    if (!active || e->ExceptionRecord->ExceptionCode != EXCEPTION_ACCESS_VIOLATION) return EXCEPTION_CONTINUE_SEARCH;
+    e->ContextRecord->Rsp = ((e->ContextRecord->Rsp - 256) & ~DWORD64{15}) - 8;  // as if escape() had been called
+    e->ContextRecord->Rip = reinterpret_cast<DWORD64>(&escape);
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+bool installHandler() { return AddVectoredExceptionHandler(1, onFault) != nullptr; }
+#else
+void onFault(int)
+{
+    if (!active) std::abort();
+    escape();  // SA_NODEFER: no signal mask to restore
+}
+
+bool installHandler()
+{
+    struct sigaction action {};
+    action.sa_handler = onFault;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_NODEFER;
+    return sigaction(SIGSEGV, &action, nullptr) == 0 && sigaction(SIGBUS, &action, nullptr) == 0;
+}
+#endif
 }  // namespace
 
 bool runWithoutFault(const std::function<void()>& call)
 {
-    [[maybe_unused]] static const bool installed = [] {
-        struct sigaction action {};
-        action.sa_handler = onFault;
-        sigemptyset(&action.sa_mask);
-        action.sa_flags = SA_NODEFER;
-        sigaction(SIGSEGV, &action, nullptr);
-        sigaction(SIGBUS, &action, nullptr);
-        return true;
-    }();
-    sigjmp_buf jump;
-    if (sigsetjmp(jump, 1) != 0) {
-        activeJump = nullptr;
-        return false;
-    }
-    activeJump = &jump;
+    [[maybe_unused]] static const bool installed = installHandler();
+    if (__builtin_setjmp(activeJump) != 0) return false;
+    active = true;
     call();
-    activeJump = nullptr;
+    active = false;
     return true;
 }
 
