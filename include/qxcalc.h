@@ -403,20 +403,21 @@ QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Stop(CHSInterpolator* 
 #else
 #  define QXCALC_LAYOUT(cond) _Static_assert(cond, #cond)
 #endif
-#if UINTPTR_MAX == 0xFFFFFFFFu
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, scale) == 8);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, offset) == 16);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, count) == 24);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, sampleType) == 28);
-QXCALC_LAYOUT(sizeof(ChannelScaleParams_double) == 32);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, scale) == 8);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, sampleType) == 20);
-QXCALC_LAYOUT(sizeof(ChannelScaleParams_float) == 24);
+/* QXCALC_PTR: a pointer's size, 4 on 32-bit hosts and 8 on 64-bit Windows and Linux alike. */
+#define QXCALC_PTR sizeof(void*)
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, scale) == 2 * QXCALC_PTR);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, offset) == 2 * QXCALC_PTR + 8);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, count) == 2 * QXCALC_PTR + 16);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, sampleType) == 2 * QXCALC_PTR + 20);
+QXCALC_LAYOUT(sizeof(ChannelScaleParams_double) == 2 * QXCALC_PTR + 24);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, scale) == 2 * QXCALC_PTR);
+QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, sampleType) == 2 * QXCALC_PTR + 12);
+QXCALC_LAYOUT(sizeof(ChannelScaleParams_float) == 2 * QXCALC_PTR + 16);
 QXCALC_LAYOUT(sizeof(IIRBlock) == 32);
 QXCALC_LAYOUT(offsetof(IIRFilter, reserved) == 12);
 QXCALC_LAYOUT(offsetof(IIRFilter, gains) == 16);
-QXCALC_LAYOUT(offsetof(IIRFilter, sections) == 20);
-QXCALC_LAYOUT(sizeof(IIRFilter) == 24);
+QXCALC_LAYOUT(offsetof(IIRFilter, sections) == 16 + QXCALC_PTR);
+QXCALC_LAYOUT(sizeof(IIRFilter) == 16 + 2 * QXCALC_PTR);
 QXCALC_LAYOUT(sizeof(PinkFilterState) == 64);
 QXCALC_LAYOUT(offsetof(GraphMapping, xSource) == 5);
 QXCALC_LAYOUT(offsetof(GraphMapping, xAxisType) == 7);
@@ -427,41 +428,12 @@ QXCALC_LAYOUT(offsetof(GraphMapping, bottom) == 22);
 QXCALC_LAYOUT(offsetof(GraphMapping, xScale) == 24);
 QXCALC_LAYOUT(offsetof(GraphMapping, dbReference) == 120);
 QXCALC_LAYOUT(offsetof(GraphMapping, ySamples) == 128);
-QXCALC_LAYOUT(offsetof(GraphMapping, pointCountOut) == 144);
-QXCALC_LAYOUT(sizeof(GraphMapping) == 152);
+QXCALC_LAYOUT(offsetof(GraphMapping, pointCountOut) == 128 + 4 * QXCALC_PTR);
+QXCALC_LAYOUT(sizeof(GraphMapping) == 136 + 4 * QXCALC_PTR);
 QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, outputRate) == 8);
 QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, bufferLength) == 16);
 QXCALC_LAYOUT(sizeof(CHSInterpolatorParams) == 24);
-#elif UINTPTR_MAX == 0xFFFFFFFFFFFFFFFFu /* 8-byte pointers, the same on 64-bit Windows and Linux */
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, scale) == 16);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, offset) == 24);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, count) == 32);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_double, sampleType) == 36);
-QXCALC_LAYOUT(sizeof(ChannelScaleParams_double) == 40);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, scale) == 16);
-QXCALC_LAYOUT(offsetof(ChannelScaleParams_float, sampleType) == 28);
-QXCALC_LAYOUT(sizeof(ChannelScaleParams_float) == 32);
-QXCALC_LAYOUT(sizeof(IIRBlock) == 32);
-QXCALC_LAYOUT(offsetof(IIRFilter, reserved) == 12);
-QXCALC_LAYOUT(offsetof(IIRFilter, gains) == 16);
-QXCALC_LAYOUT(offsetof(IIRFilter, sections) == 24);
-QXCALC_LAYOUT(sizeof(IIRFilter) == 32);
-QXCALC_LAYOUT(sizeof(PinkFilterState) == 64);
-QXCALC_LAYOUT(offsetof(GraphMapping, xSource) == 5);
-QXCALC_LAYOUT(offsetof(GraphMapping, xAxisType) == 7);
-QXCALC_LAYOUT(offsetof(GraphMapping, index) == 8);
-QXCALC_LAYOUT(offsetof(GraphMapping, yAxisType) == 12);
-QXCALC_LAYOUT(offsetof(GraphMapping, left) == 16);
-QXCALC_LAYOUT(offsetof(GraphMapping, bottom) == 22);
-QXCALC_LAYOUT(offsetof(GraphMapping, xScale) == 24);
-QXCALC_LAYOUT(offsetof(GraphMapping, dbReference) == 120);
-QXCALC_LAYOUT(offsetof(GraphMapping, ySamples) == 128);
-QXCALC_LAYOUT(offsetof(GraphMapping, pointCountOut) == 160);
-QXCALC_LAYOUT(sizeof(GraphMapping) == 168);
-QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, outputRate) == 8);
-QXCALC_LAYOUT(offsetof(CHSInterpolatorParams, bufferLength) == 16);
-QXCALC_LAYOUT(sizeof(CHSInterpolatorParams) == 24);
-#endif
+#undef QXCALC_PTR
 #undef QXCALC_LAYOUT
 
 #endif /* QXCALC_H */
