@@ -12,7 +12,7 @@
 
 namespace qx::simd {
 
-#if defined(QX_ISA_AVX)
+#if defined(QX_ISA_AVX) || defined(QX_ISA_SSE2)
 
 #define QX_ALIGNED_MOVES(Vec, Scalar, mnemonic, loadName)                                      \
     QX_INLINE void storeAligned(Scalar* p, Vec v)                                              \
@@ -28,34 +28,15 @@ namespace qx::simd {
         return v;                                                                              \
     }
 
+#if defined(QX_ISA_AVX)
 QX_ALIGNED_MOVES(__m256, float, "vmovaps", loadAlignedFloat8)
 QX_ALIGNED_MOVES(__m128, float, "vmovaps", loadAlignedFloat4)
 QX_ALIGNED_MOVES(__m256d, double, "vmovapd", loadAlignedDouble4)
 QX_ALIGNED_MOVES(__m128d, double, "vmovapd", loadAlignedDouble2)
-
-#undef QX_ALIGNED_MOVES
-
-#else
-
-#if defined(QX_ISA_SSE2)
-
-// The SSE2 aligned moves, which fault on an address off 16 bytes.
-#define QX_ALIGNED_MOVES(Vec, Scalar, mnemonic, loadName)                                      \
-    QX_INLINE void storeAligned(Scalar* p, Vec v)                                              \
-    {                                                                                          \
-        asm volatile(mnemonic " %1, %0"                                                        \
-                     : "=m"(*reinterpret_cast<Scalar(*)[sizeof(Vec) / sizeof(Scalar)]>(p))      \
-                     : "x"(v));                                                                 \
-    }                                                                                          \
-    QX_INLINE Vec loadName(const Scalar* p)                                                    \
-    {                                                                                          \
-        Vec v;                                                                                 \
-        asm(mnemonic " %1, %0" : "=x"(v) : "m"(*reinterpret_cast<const Vec*>(p)));            \
-        return v;                                                                              \
-    }
-
+#else  // the SSE2 aligned moves, which fault on an address off 16 bytes
 QX_ALIGNED_MOVES(__m128, float, "movaps", loadAlignedFloat4)
 QX_ALIGNED_MOVES(__m128d, double, "movapd", loadAlignedDouble2)
+#endif
 
 #undef QX_ALIGNED_MOVES
 
@@ -67,6 +48,8 @@ QX_INLINE __m128 loadAlignedFloat4(const float* p) { return _mm_load_ps(p); }
 QX_INLINE __m128d loadAlignedDouble2(const double* p) { return _mm_load_pd(p); }
 
 #endif
+
+#if !defined(QX_ISA_AVX)
 
 // A 256-bit vector moves as its two halves.
 QX_INLINE void storeAligned(float* p, __m256 v)
