@@ -82,7 +82,7 @@ std::vector<Point> Plot::map(const double* xValues, double xStep, const float* y
     std::vector<int32_t> xs(4), yPixels(4);
     GraphMapping m{};
     m.xSource = xValues ? 1 : 2;
-    m.ySampleType = Float;
+    m.ySampleType = QxcalcRawFloat;
     m.xAxisType = 0;
     m.yAxisType = yLog ? 1 : 0;
     m.left = static_cast<int16_t>(left), m.top = static_cast<int16_t>(top);

@@ -412,7 +412,7 @@ Aligned<float> toUnits(const Aligned<int16_t>& raw, uint32_t n, double scale)
 {
     Aligned<float> out(n);
     const ChannelScaleParams_float p{raw.get(), out.get(), static_cast<float>(scale), 0.0f, static_cast<int32_t>(n),
-                                     Int16};
+                                     QxcalcRawInt16};
     qxcalcChannelGetScaledValuesAtPos_float_aligned_output(&p);
     return out;
 }
@@ -487,7 +487,7 @@ std::vector<float> resample(const float* samples, uint32_t n, double rate, doubl
     constexpr uint32_t kRing = 4096;
     const CHSInterpolatorParams params{rate, outputRate, kRing};
     CHSInterpolator* interpolator = nullptr;
-    if (qxcalcCHSInterpolator_Create(&interpolator, &params) != StatusOk) throw Failure{1, "bad resampling rates"};
+    if (qxcalcCHSInterpolator_Create(&interpolator, &params) != QxcalcStatusOk) throw Failure{1, "bad resampling rates"};
     std::vector<float> resampled;
     float* out = nullptr;
     uint32_t produced = 0;
@@ -536,7 +536,7 @@ std::string analyse(const Options& o, const Recording& r, const std::vector<Alig
     Aligned<float> pressure = toUnits(raw[o.pressure], n, o.pressureScale);
     Aligned<double> volume(n); // in double: the p-V diagram's x values
     const ChannelScaleParams_double v{raw[o.volume].get(), volume.get(), o.volumeScale, 0.0, static_cast<int32_t>(n),
-                                      Int16};
+                                      QxcalcRawInt16};
     qxcalcChannelGetScaledValuesAtPos_double(&v);
     lowPass(pressure.get(), n, r.rate);
     const Cycles cycles = analyseCycles(o, std::move(starts), pressure.get(), angle.get(), volume.get(), progress);

@@ -57,27 +57,52 @@ extern "C" {
 
 typedef uint32_t QxcalcStatus;
 enum {
-    StatusOk = 0,              /* the operation was carried out */
-    StatusInvalidArgument = 1, /* NULL pointer or handle, count 0, non-positive rate */
-    StatusTooManyValues = 2,   /* block longer than the ring's length minus 2 */
-    StatusStopped = 3,         /* the interpolator has been stopped */
-    StatusBadBufferSize = 4    /* ring length 0, 1 or not a power of two */
+    QxcalcStatusOk = 0,              /* the operation was carried out */
+    QxcalcStatusInvalidArgument = 1, /* NULL pointer or handle, count 0, non-positive rate */
+    QxcalcStatusTooManyValues = 2,   /* block longer than the ring's length minus 2 */
+    QxcalcStatusStopped = 3,         /* the interpolator has been stopped */
+    QxcalcStatusBadBufferSize = 4    /* ring length 0, 1 or not a power of two */
 };
 
 /* ---- Raw sample formats of the channel-scaling family -------------------- */
 
 /* The numbering is fixed and deliberately irregular. */
 typedef enum RawSampleType {
-    UInt8 = 0,  /* uint8_t  */
-    Int8 = 1,   /* int8_t   */
-    Int16 = 2,  /* int16_t  */
-    UInt16 = 3, /* uint16_t */
-    Int32 = 4,  /* int32_t  */
-    Float = 5,  /* float    */
-    Int64 = 6,  /* int64_t  */
-    Double = 7, /* double   */
-    UInt32 = 8  /* uint32_t */
+    QxcalcRawUInt8 = 0,  /* uint8_t  */
+    QxcalcRawInt8 = 1,   /* int8_t   */
+    QxcalcRawInt16 = 2,  /* int16_t  */
+    QxcalcRawUInt16 = 3, /* uint16_t */
+    QxcalcRawInt32 = 4,  /* int32_t  */
+    QxcalcRawFloat = 5,  /* float    */
+    QxcalcRawInt64 = 6,  /* int64_t  */
+    QxcalcRawDouble = 7, /* double   */
+    QxcalcRawUInt32 = 8  /* uint32_t */
 } RawSampleType;
+
+/* The short names of the status codes and formats (StatusOk, Int16, Float,
+ * ...), for hosts written against them: define QXCALC_SHORT_NAMES before
+ * including this header. They are global names that a host's own Float or
+ * Double would collide with, so they are off by default. */
+#ifdef QXCALC_SHORT_NAMES
+enum {
+    StatusOk = QxcalcStatusOk,
+    StatusInvalidArgument = QxcalcStatusInvalidArgument,
+    StatusTooManyValues = QxcalcStatusTooManyValues,
+    StatusStopped = QxcalcStatusStopped,
+    StatusBadBufferSize = QxcalcStatusBadBufferSize
+};
+enum {
+    UInt8 = QxcalcRawUInt8,
+    Int8 = QxcalcRawInt8,
+    Int16 = QxcalcRawInt16,
+    UInt16 = QxcalcRawUInt16,
+    Int32 = QxcalcRawInt32,
+    Float = QxcalcRawFloat,
+    Int64 = QxcalcRawInt64,
+    Double = QxcalcRawDouble,
+    UInt32 = QxcalcRawUInt32
+};
+#endif
 
 /* ---- Records that cross the boundary ------------------------------------ */
 
@@ -369,7 +394,7 @@ QXCALC_API void QXCALC_CALL qxcalcFindCursorXY(const uint32_t* pixels, int32_t s
 
 /* Creates an interpolator. Needs params, positive rates (tested as 0 >= rate,
  * so a NaN rate passes) and a power-of-two ring of at least 2 samples (a
- * one-slot ring cannot interpolate: StatusBadBufferSize). handleOut must be
+ * one-slot ring cannot interpolate: QxcalcStatusBadBufferSize). handleOut must be
  * valid; it is written only on success. */
 QXCALC_API QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Create(
     CHSInterpolator** handleOut, const CHSInterpolatorParams* params);

@@ -58,11 +58,11 @@ const T* newest(std::span<const T> samples) noexcept
 /* ---- Status codes ---------------------------------------------------------- */
 
 enum class Status : QxcalcStatus {
-    ok = StatusOk,
-    invalidArgument = StatusInvalidArgument,
-    tooManyValues = StatusTooManyValues,
-    stopped = StatusStopped,
-    badBufferSize = StatusBadBufferSize
+    ok = QxcalcStatusOk,
+    invalidArgument = QxcalcStatusInvalidArgument,
+    tooManyValues = QxcalcStatusTooManyValues,
+    stopped = QxcalcStatusStopped,
+    badBufferSize = QxcalcStatusBadBufferSize
 };
 
 class StatusCategory final : public std::error_category {
@@ -102,15 +102,15 @@ namespace qxcalc {
 /* ---- Raw sample formats ---------------------------------------------------- */
 
 enum class RawSampleType : uint32_t {
-    UInt8 = ::UInt8,
-    Int8 = ::Int8,
-    Int16 = ::Int16,
-    UInt16 = ::UInt16,
-    Int32 = ::Int32,
-    Float = ::Float,
-    Int64 = ::Int64,
-    Double = ::Double,
-    UInt32 = ::UInt32
+    UInt8 = QxcalcRawUInt8,
+    Int8 = QxcalcRawInt8,
+    Int16 = QxcalcRawInt16,
+    UInt16 = QxcalcRawUInt16,
+    Int32 = QxcalcRawInt32,
+    Float = QxcalcRawFloat,
+    Int64 = QxcalcRawInt64,
+    Double = QxcalcRawDouble,
+    UInt32 = QxcalcRawUInt32
 };
 
 // The format code of a C++ sample type; other types do not compile.

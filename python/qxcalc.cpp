@@ -134,15 +134,15 @@ template <> constexpr auto caFilter<int32_t> = qxcalcCACalcFilter_int32_t;
 
 // Raw sample codes of the channel functions, in the library's fixed numbering.
 template <class T> constexpr RawSampleType rawCode;
-template <> constexpr RawSampleType rawCode<uint8_t> = UInt8;
-template <> constexpr RawSampleType rawCode<int8_t> = Int8;
-template <> constexpr RawSampleType rawCode<int16_t> = Int16;
-template <> constexpr RawSampleType rawCode<uint16_t> = UInt16;
-template <> constexpr RawSampleType rawCode<int32_t> = Int32;
-template <> constexpr RawSampleType rawCode<float> = Float;
-template <> constexpr RawSampleType rawCode<int64_t> = Int64;
-template <> constexpr RawSampleType rawCode<double> = Double;
-template <> constexpr RawSampleType rawCode<uint32_t> = UInt32;
+template <> constexpr RawSampleType rawCode<uint8_t> = QxcalcRawUInt8;
+template <> constexpr RawSampleType rawCode<int8_t> = QxcalcRawInt8;
+template <> constexpr RawSampleType rawCode<int16_t> = QxcalcRawInt16;
+template <> constexpr RawSampleType rawCode<uint16_t> = QxcalcRawUInt16;
+template <> constexpr RawSampleType rawCode<int32_t> = QxcalcRawInt32;
+template <> constexpr RawSampleType rawCode<float> = QxcalcRawFloat;
+template <> constexpr RawSampleType rawCode<int64_t> = QxcalcRawInt64;
+template <> constexpr RawSampleType rawCode<double> = QxcalcRawDouble;
+template <> constexpr RawSampleType rawCode<uint32_t> = QxcalcRawUInt32;
 
 // ---- Statistics ---------------------------------------------------------------
 
@@ -439,11 +439,11 @@ void runningValue(const py::array& cycle, const py::array& leaving, const py::ar
 void check(QxcalcStatus status)
 {
     switch (status) {
-    case StatusOk: return;
-    case StatusInvalidArgument: throw py::value_error("rates must be positive");
-    case StatusTooManyValues: throw py::value_error("block longer than the ring length minus 2");
-    case StatusStopped: throw std::runtime_error("the interpolator is stopped; reset() starts a new stream");
-    case StatusBadBufferSize: throw py::value_error("buffer_length must be a power of two, at least 2");
+    case QxcalcStatusOk: return;
+    case QxcalcStatusInvalidArgument: throw py::value_error("rates must be positive");
+    case QxcalcStatusTooManyValues: throw py::value_error("block longer than the ring length minus 2");
+    case QxcalcStatusStopped: throw std::runtime_error("the interpolator is stopped; reset() starts a new stream");
+    case QxcalcStatusBadBufferSize: throw py::value_error("buffer_length must be a power of two, at least 2");
     default: throw std::runtime_error("unexpected status " + std::to_string(status));
     }
 }

@@ -25,7 +25,7 @@ Handle create(double inputRate, double outputRate, uint32_t length)
 {
     const CHSInterpolatorParams params{inputRate, outputRate, length};
     CHSInterpolator* h = nullptr;
-    EXPECT_EQ(qxcalcCHSInterpolator_Create(&h, &params), StatusOk);
+    EXPECT_EQ(qxcalcCHSInterpolator_Create(&h, &params), QxcalcStatusOk);
     return Handle(h, &qxcalcCHSInterpolator_Destroy);
 }
 
@@ -50,7 +50,7 @@ Result call(CHSInterpolator* h, const float* samples = nullptr, uint32_t count =
                                   const std::vector<float>& want, float*& buffer)
 {
     if (got.status != status) return ::testing::AssertionFailure() << "status " << got.status << ", want " << status;
-    if (status != StatusOk || !delivered)
+    if (status != QxcalcStatusOk || !delivered)
         return got.untouched() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "outputs written";
     if (buffer == nullptr) buffer = got.output;
     if (got.output != buffer) return ::testing::AssertionFailure() << "output buffer moved";
@@ -88,7 +88,7 @@ void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, b
             const QxcalcStatus status = model.stop(want, delivered);
             ASSERT_TRUE(agrees(got, status, delivered, want, buffer)) << "Stop, call " << step;
         } else if (controls && (roll < 8 || (model.stopped() && roll >= 12 && roll < 300))) {
-            ASSERT_EQ(qxcalcCHSInterpolator_Reset(lib.get()), StatusOk);
+            ASSERT_EQ(qxcalcCHSInterpolator_Reset(lib.get()), QxcalcStatusOk);
             model.reset();
         } else {
             uint32_t count = 1 + rng() % (rng() % 4 ? maxBlock : std::min(maxBlock, 3u));
@@ -97,7 +97,7 @@ void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, b
             const Result got = call(lib.get(), block.data(), count);
             const QxcalcStatus status = model.feed(block.data(), count, want);
             ASSERT_TRUE(agrees(got, status, true, want, buffer)) << "InterpolateValues(" << count << "), call " << step;
-            if (status == StatusOk) fed += count;
+            if (status == QxcalcStatusOk) fed += count;
         }
     }
     const QxcalcStatus status = model.stop(want, delivered);
@@ -132,29 +132,29 @@ TEST(CHSInterpolator, CreateAndCallsRefuseInOrderAndChangeNothing)
         const CHSInterpolatorParams params{in, out, length};
         CHSInterpolator* h = sentinel;
         const QxcalcStatus s = qxcalcCHSInterpolator_Create(&h, withParams ? &params : nullptr);
-        if (s != StatusOk) EXPECT_EQ(h, sentinel) << "handle written on failure";
-        else EXPECT_EQ(qxcalcCHSInterpolator_Destroy(h), StatusOk);
+        if (s != QxcalcStatusOk) EXPECT_EQ(h, sentinel) << "handle written on failure";
+        else EXPECT_EQ(qxcalcCHSInterpolator_Destroy(h), QxcalcStatusOk);
         return s;
     };
-    EXPECT_EQ(status(1, 1, 8, false), StatusInvalidArgument);
+    EXPECT_EQ(status(1, 1, 8, false), QxcalcStatusInvalidArgument);
     const double nan = doubleFromBits(0x7FF8000000000001ull), inf = doubleFromBits(0x7FF0000000000000ull);
     for (const double rate : {0.0, -0.0, -1.0, -inf, nan}) {  // a NaN rate is taken
-        EXPECT_EQ(status(rate, 1, 8), rate == rate ? StatusInvalidArgument : StatusOk) << rate;
-        EXPECT_EQ(status(1, rate, 8), rate == rate ? StatusInvalidArgument : StatusOk) << rate;
-        EXPECT_EQ(status(rate, 1, 3), rate == rate ? StatusInvalidArgument : StatusBadBufferSize) << "rates first";
+        EXPECT_EQ(status(rate, 1, 8), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusOk) << rate;
+        EXPECT_EQ(status(1, rate, 8), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusOk) << rate;
+        EXPECT_EQ(status(rate, 1, 3), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusBadBufferSize) << "rates first";
     }
-    for (const uint32_t bad : {0u, 1u, 3u, 6u, 0x80000001u, 0xFFFFFFFFu}) EXPECT_EQ(status(1, 1, bad), StatusBadBufferSize) << bad;
-    EXPECT_EQ(status(1, 1, 2), StatusOk);
+    for (const uint32_t bad : {0u, 1u, 3u, 6u, 0x80000001u, 0xFFFFFFFFu}) EXPECT_EQ(status(1, 1, bad), QxcalcStatusBadBufferSize) << bad;
+    EXPECT_EQ(status(1, 1, 2), QxcalcStatusOk);
     const float samples[1] = {1};
-    EXPECT_EQ(qxcalcCHSInterpolator_Destroy(nullptr), StatusInvalidArgument);
-    EXPECT_EQ(qxcalcCHSInterpolator_Reset(nullptr), StatusInvalidArgument);
-    EXPECT_EQ(call(nullptr).status, StatusInvalidArgument);
-    EXPECT_EQ(call(nullptr, samples, 1).status, StatusInvalidArgument);
+    EXPECT_EQ(qxcalcCHSInterpolator_Destroy(nullptr), QxcalcStatusInvalidArgument);
+    EXPECT_EQ(qxcalcCHSInterpolator_Reset(nullptr), QxcalcStatusInvalidArgument);
+    EXPECT_EQ(call(nullptr).status, QxcalcStatusInvalidArgument);
+    EXPECT_EQ(call(nullptr, samples, 1).status, QxcalcStatusInvalidArgument);
     Handle two = create(1, 1, 2);
-    EXPECT_EQ(call(two.get(), samples, 1).status, StatusTooManyValues);
+    EXPECT_EQ(call(two.get(), samples, 1).status, QxcalcStatusTooManyValues);
     const Result r = call(two.get());
-    EXPECT_TRUE(r.status == StatusOk && r.untouched());
-    EXPECT_EQ(call(two.get()).status, StatusStopped);
+    EXPECT_TRUE(r.status == QxcalcStatusOk && r.untouched());
+    EXPECT_EQ(call(two.get()).status, QxcalcStatusStopped);
 }
 
 // Run under valgrind by ctest; includes ratios whose calls fill the output buffer's extra element.

@@ -54,9 +54,11 @@ template <class Raw, uint32_t code>
 struct Format { using R = Raw; static constexpr uint32_t kCode = code; };
 template <class F>
 class ChannelTest : public ::testing::Test {};
-using RawFormats = ::testing::Types<Format<uint8_t, UInt8>, Format<int8_t, Int8>, Format<int16_t, Int16>, Format<uint16_t, UInt16>,
-                                    Format<int32_t, Int32>, Format<float, Float>, Format<int64_t, Int64>, Format<double, Double>,
-                                    Format<uint32_t, UInt32>>;
+using RawFormats = ::testing::Types<Format<uint8_t, QxcalcRawUInt8>, Format<int8_t, QxcalcRawInt8>,
+                                    Format<int16_t, QxcalcRawInt16>, Format<uint16_t, QxcalcRawUInt16>,
+                                    Format<int32_t, QxcalcRawInt32>, Format<float, QxcalcRawFloat>,
+                                    Format<int64_t, QxcalcRawInt64>, Format<double, QxcalcRawDouble>,
+                                    Format<uint32_t, QxcalcRawUInt32>>;
 TYPED_TEST_SUITE(ChannelTest, RawFormats);
 
 TYPED_TEST(ChannelTest, EveryOutputKindFollowsTheRuleForEveryCountStartAndFence)
@@ -76,7 +78,7 @@ TYPED_TEST(ChannelTest, EveryOutputKindFollowsTheRuleForEveryCountStartAndFence)
 TEST(ChannelWorkedValues, BadCallsWriteNothing)
 {
     alignas(32) const uint32_t raw[16] = {1, 2, 3};
-    for (const auto& [count, code] : {std::pair<int32_t, uint32_t>{-1, Float}, {INT32_MIN, Int16}, {16, 9u}, {16, 0xFFFFFFFFu}})
+    for (const auto& [count, code] : {std::pair<int32_t, uint32_t>{-1, QxcalcRawFloat}, {INT32_MIN, QxcalcRawInt16}, {16, 9u}, {16, 0xFFFFFFFFu}})
         for (const bool aligned : {false, true}) {
             alignas(32) float out[16] = {};
             alignas(32) double wide[16] = {};

@@ -77,7 +77,7 @@ TEST(CppLayer, RawFormatFollowsTheElementTypeAndStatusesAreErrorCodes)
     readsAsItself(-1.0f), readsAsItself(int64_t(-1)), readsAsItself(-1.0), readsAsItself(uint32_t(-1));
     std::error_code error;
     EXPECT_TRUE(!qxcalc::Interpolator::create(1.0, 1.0, 6, error) && error == qxcalc::Status::badBufferSize);
-    EXPECT_TRUE(!qxcalc::Interpolator::create(0.0, 1.0, 8, error) && error == std::error_code(StatusInvalidArgument, qxcalc::statusCategory()));
+    EXPECT_TRUE(!qxcalc::Interpolator::create(0.0, 1.0, 8, error) && error == std::error_code(QxcalcStatusInvalidArgument, qxcalc::statusCategory()));
     std::set<std::string> texts;
     for (int code = 0; code < 5; ++code) texts.insert(qxcalc::statusCategory().message(code));
     EXPECT_TRUE(texts.size() == 5 && std::none_of(texts.begin(), texts.end(), [](const std::string& t) { return t.find("unknown") != t.npos; }));

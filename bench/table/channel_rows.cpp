@@ -71,16 +71,16 @@ Row channelRow(const char* job)
 }
 
 const Rows rows({
-    channelRow<int16_t, Int16, float>("ChannelGetScaledValuesAtPos_float, Int16"),
-    channelRow<int16_t, Int16, float, true>("ChannelGetScaledValuesAtPos_float_aligned_output, Int16"),
-    channelRow<int32_t, Int32, float>("ChannelGetScaledValuesAtPos_float, Int32"),
-    channelRow<float, Float, float, false, true>("ChannelGetScaledValuesAtPos_float, Float in place"),
-    channelRow<double, Double, float>("ChannelGetScaledValuesAtPos_float, Double"),
-    channelRow<int64_t, Int64, float>("ChannelGetScaledValuesAtPos_float, Int64"),
-    channelRow<int16_t, Int16, double>("ChannelGetScaledValuesAtPos_double, Int16"),
-    channelRow<int16_t, Int16, double, true>("ChannelGetScaledValuesAtPos_double_aligned_output, Int16"),
-    channelRow<float, Float, double>("ChannelGetScaledValuesAtPos_double, Float"),
-    channelRow<int64_t, Int64, double>("ChannelGetScaledValuesAtPos_double, Int64"),
+    channelRow<int16_t, QxcalcRawInt16, float>("ChannelGetScaledValuesAtPos_float, Int16"),
+    channelRow<int16_t, QxcalcRawInt16, float, true>("ChannelGetScaledValuesAtPos_float_aligned_output, Int16"),
+    channelRow<int32_t, QxcalcRawInt32, float>("ChannelGetScaledValuesAtPos_float, Int32"),
+    channelRow<float, QxcalcRawFloat, float, false, true>("ChannelGetScaledValuesAtPos_float, Float in place"),
+    channelRow<double, QxcalcRawDouble, float>("ChannelGetScaledValuesAtPos_float, Double"),
+    channelRow<int64_t, QxcalcRawInt64, float>("ChannelGetScaledValuesAtPos_float, Int64"),
+    channelRow<int16_t, QxcalcRawInt16, double>("ChannelGetScaledValuesAtPos_double, Int16"),
+    channelRow<int16_t, QxcalcRawInt16, double, true>("ChannelGetScaledValuesAtPos_double_aligned_output, Int16"),
+    channelRow<float, QxcalcRawFloat, double>("ChannelGetScaledValuesAtPos_double, Float"),
+    channelRow<int64_t, QxcalcRawInt64, double>("ChannelGetScaledValuesAtPos_double, Int64"),
 });
 
 }  // namespace

@@ -66,16 +66,16 @@ int main(int argc, char** argv)
 
     int16_t raw[4] = {-32768, -1, 0, 32767};
     double volts[4];
-    ChannelScaleParams_double params = {raw, volts, 10.0 / 32768.0, 0.0, 4, Int16};
+    ChannelScaleParams_double params = {raw, volts, 10.0 / 32768.0, 0.0, 4, QxcalcRawInt16};
     scale(&params);
     printf("%d counts = %g V\n", raw[0], volts[0]);
 
     CHSInterpolatorParams rates = {1000.0, 2000.0, 64};
     CHSInterpolator* chs = NULL;
-    if (chsCreate(&chs, &rates) == StatusOk) {
+    if (chsCreate(&chs, &rates) == QxcalcStatusOk) {
         float* out = NULL;
         uint32_t outCount = 0;
-        if (chsInterpolate(chs, block, 16, &out, &outCount) == StatusOk)
+        if (chsInterpolate(chs, block, 16, &out, &outCount) == QxcalcStatusOk)
             printf("16 samples at 1 kHz -> %u at 2 kHz so far\n", outCount);
         chsDestroy(chs);
     }

@@ -19,12 +19,12 @@ int main(void)
 
     /* Counts to volts: 10 V / 32768 counts, with a 2.5 mV zero error removed. */
     double volts[Count];
-    ChannelScaleParams_double toVolts = {raw, volts, 10.0 / 32768.0, -0.0025, Count, Int16};
+    ChannelScaleParams_double toVolts = {raw, volts, 10.0 / 32768.0, -0.0025, Count, QxcalcRawInt16};
     qxcalcChannelGetScaledValuesAtPos_double(&toVolts);
 
     /* The same in float: the sample and both operations in single precision. */
     float voltsF[Count];
-    ChannelScaleParams_float toVoltsF = {raw, voltsF, 10.0f / 32768.0f, -0.0025f, Count, Int16};
+    ChannelScaleParams_float toVoltsF = {raw, voltsF, 10.0f / 32768.0f, -0.0025f, Count, QxcalcRawInt16};
     qxcalcChannelGetScaledValuesAtPos_float(&toVoltsF);
 
     /* A position inside the channel is an address: samples 500..599 only. */
@@ -36,7 +36,7 @@ int main(void)
     qxcalcChannelGetScaledValuesAtPos_double(&part);
 
     /* In place works when the raw format is the output type: volts to millivolts. */
-    ChannelScaleParams_float toMillivolts = {voltsF, voltsF, 1000.0f, 0.0f, Count, Float};
+    ChannelScaleParams_float toMillivolts = {voltsF, voltsF, 1000.0f, 0.0f, Count, QxcalcRawFloat};
     qxcalcChannelGetScaledValuesAtPos_float(&toMillivolts);
 
     /* The _aligned_output forms need a 32-byte aligned output and write the same bytes. */

@@ -21,35 +21,35 @@ int main(void)
     CHSInterpolatorParams params = {44100.0, 48000.0, RingLength};
     CHSInterpolator* chs = NULL;
     QxcalcStatus status = qxcalcCHSInterpolator_Create(&chs, &params);
-    if (status != StatusOk) {
+    if (status != QxcalcStatusOk) {
         fprintf(stderr, "Create failed: status %u\n", status);
         return 1;
     }
 
     uint32_t produced = 0;
-    for (uint32_t at = 0; at < InputLength && status == StatusOk; at += BlockLength) {
+    for (uint32_t at = 0; at < InputLength && status == QxcalcStatusOk; at += BlockLength) {
         uint32_t n = InputLength - at < BlockLength ? InputLength - at : BlockLength;
         float* block = NULL;
         uint32_t blockCount = 0;
         status = qxcalcCHSInterpolator_InterpolateValues(chs, input + at, n, &block, &blockCount);
-        if (status == StatusOk) {
+        if (status == QxcalcStatusOk) {
             /* The block lives in the interpolator's buffer until the next call: copy it out. */
             memcpy(output + produced, block, blockCount * sizeof(float));
             produced += blockCount;
         }
     }
-    if (status == StatusOk) {
+    if (status == QxcalcStatusOk) {
         /* The newest sample waits for its successors; Stop delivers the outputs up to it. */
         float* block = NULL;
         uint32_t blockCount = 0;
         status = qxcalcCHSInterpolator_Stop(chs, &block, &blockCount);
-        if (status == StatusOk) {
+        if (status == QxcalcStatusOk) {
             memcpy(output + produced, block, blockCount * sizeof(float));
             produced += blockCount;
         }
     }
     qxcalcCHSInterpolator_Destroy(chs);
-    if (status != StatusOk) {
+    if (status != QxcalcStatusOk) {
         fprintf(stderr, "streaming failed: status %u\n", status);
         return 1;
     }

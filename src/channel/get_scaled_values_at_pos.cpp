@@ -25,7 +25,7 @@ void getScaledValuesAtPos(const Params* params)
     const Out scale = params->scale, offset = params->offset;
     const void* raw = params->rawData;
     Out* out = params->output;
-    if (type > UInt32 || count <= 0) return;
+    if (type > QxcalcRawUInt32 || count <= 0) return;
 
     auto scaleAs = [&]<class Raw>(std::type_identity<Raw>) {
         using W = Work<Raw, Out>;
@@ -33,14 +33,14 @@ void getScaledValuesAtPos(const Params* params)
                                       Scaling<W>{static_cast<W>(scale), static_cast<W>(offset)});
     };
     switch (type) {
-    case UInt8: return scaleAs(std::type_identity<uint8_t>{});
-    case Int8: return scaleAs(std::type_identity<int8_t>{});
-    case Int16: return scaleAs(std::type_identity<int16_t>{});
-    case UInt16: return scaleAs(std::type_identity<uint16_t>{});
-    case Int32: return scaleAs(std::type_identity<int32_t>{});
-    case Float: return scaleAs(std::type_identity<float>{});
-    case Int64: return scaleAs(std::type_identity<int64_t>{});
-    case Double: return scaleAs(std::type_identity<double>{});
+    case QxcalcRawUInt8: return scaleAs(std::type_identity<uint8_t>{});
+    case QxcalcRawInt8: return scaleAs(std::type_identity<int8_t>{});
+    case QxcalcRawInt16: return scaleAs(std::type_identity<int16_t>{});
+    case QxcalcRawUInt16: return scaleAs(std::type_identity<uint16_t>{});
+    case QxcalcRawInt32: return scaleAs(std::type_identity<int32_t>{});
+    case QxcalcRawFloat: return scaleAs(std::type_identity<float>{});
+    case QxcalcRawInt64: return scaleAs(std::type_identity<int64_t>{});
+    case QxcalcRawDouble: return scaleAs(std::type_identity<double>{});
     default: return scaleAs(std::type_identity<uint32_t>{});
     }
 }

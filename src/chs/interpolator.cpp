@@ -52,11 +52,11 @@ void appendToRing(CHSInterpolator& s, const float* samples, uint32_t count)
 extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Create(CHSInterpolator** handleOut,
                                                                const CHSInterpolatorParams* params)
 {
-    if (params == nullptr) return StatusInvalidArgument;
+    if (params == nullptr) return QxcalcStatusInvalidArgument;
     // Ordered comparisons: a NaN rate is not refused.
-    if (0.0 >= params->inputRate) return StatusInvalidArgument;
-    if (0.0 >= params->outputRate) return StatusInvalidArgument;
-    if (!isPowerOfTwoRing(params->bufferLength)) return StatusBadBufferSize;
+    if (0.0 >= params->inputRate) return QxcalcStatusInvalidArgument;
+    if (0.0 >= params->outputRate) return QxcalcStatusInvalidArgument;
+    if (!isPowerOfTwoRing(params->bufferLength)) return QxcalcStatusBadBufferSize;
 
     // Zero-filled: counters at 0, running state.
     auto* s = static_cast<CHSInterpolator*>(std::calloc(1, sizeof(CHSInterpolator)));
@@ -77,41 +77,41 @@ extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Create(CHSInterpolator
     // call can be due one output beyond it.
     s->output = static_cast<float*>(std::malloc(floatBytes(uint64_t{s->outputCapacity} + 1)));
     s->indexMask = s->bufferLength - 1u;
-    return StatusOk;
+    return QxcalcStatusOk;
 }
 
 extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Destroy(CHSInterpolator* handle)
 {
-    if (handle == nullptr) return StatusInvalidArgument;
+    if (handle == nullptr) return QxcalcStatusInvalidArgument;
     std::free(handle->ring);
     std::free(handle->output);
     std::free(handle);
-    return StatusOk;
+    return QxcalcStatusOk;
 }
 
 extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_InterpolateValues(
     CHSInterpolator* handle, const float* samples, uint32_t count, float** outputOut,
     uint32_t* outputCountOut)
 {
-    if (count == 0 || handle == nullptr) return StatusInvalidArgument;
+    if (count == 0 || handle == nullptr) return QxcalcStatusInvalidArgument;
     // Unsigned: a two-slot ring takes no block at all.
-    if (count > handle->ringLength - 2u) return StatusTooManyValues;
-    if (handle->stopped) return StatusStopped;
+    if (count > handle->ringLength - 2u) return QxcalcStatusTooManyValues;
+    if (handle->stopped) return QxcalcStatusStopped;
     appendToRing(*handle, samples, count);
     produceOutputs(*handle, outputOut, outputCountOut);
-    return StatusOk;
+    return QxcalcStatusOk;
 }
 
 extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Stop(CHSInterpolator* handle,
                                                              float** outputOut,
                                                              uint32_t* outputCountOut)
 {
-    if (handle == nullptr) return StatusInvalidArgument;
-    if (handle->stopped) return StatusStopped;
+    if (handle == nullptr) return QxcalcStatusInvalidArgument;
+    if (handle->stopped) return QxcalcStatusStopped;
     if (handle->ringLength == kMinimumRingLength) {
         // Nothing was ever accepted into a two-slot ring: only the state changes.
         handle->stopped = 1;
-        return StatusOk;
+        return QxcalcStatusOk;
     }
     const uint64_t written = handle->samplesWritten;
     const float newest = handle->ring[(written - 1) & handle->indexMask];
@@ -121,15 +121,15 @@ extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Stop(CHSInterpolator* 
     handle->samplesWritten = written + 1;
     produceOutputs(*handle, outputOut, outputCountOut);
     handle->stopped = 1;
-    return StatusOk;
+    return QxcalcStatusOk;
 }
 
 extern "C" QxcalcStatus QXCALC_CALL qxcalcCHSInterpolator_Reset(CHSInterpolator* handle)
 {
-    if (handle == nullptr) return StatusInvalidArgument;
+    if (handle == nullptr) return QxcalcStatusInvalidArgument;
     // Rates, buffers and the ring's contents stay; the stream starts over.
     handle->samplesWritten = 0;
     handle->samplesProduced = 0;
     handle->stopped = 0;
-    return StatusOk;
+    return QxcalcStatusOk;
 }

@@ -27,8 +27,8 @@ std::vector<unsigned char> oneRound(uint32_t seed)
     uint32_t n;
     qxcalcCHSInterpolator_Create(&s.handle, &params);
     for (uint32_t k = 0; k < 6; ++k)
-        if (qxcalcCHSInterpolator_InterpolateValues(s.handle, s.f + 10 * k, 1 + (seed + k) % 10, &s.output, &n) == StatusOk) keep(s.output, 4 * n);
-    if (qxcalcCHSInterpolator_Stop(s.handle, &s.output, &n) == StatusOk) keep(s.output, 4 * n);
+        if (qxcalcCHSInterpolator_InterpolateValues(s.handle, s.f + 10 * k, 1 + (seed + k) % 10, &s.output, &n) == QxcalcStatusOk) keep(s.output, 4 * n);
+    if (qxcalcCHSInterpolator_Stop(s.handle, &s.output, &n) == QxcalcStatusOk) keep(s.output, 4 * n);
     qxcalcCHSInterpolator_Destroy(s.handle);
     return bytes;
 }

@@ -1,5 +1,9 @@
-/* A C host of the installed library: the version and one block's extremes. */
+/* A C host of the installed library: the version and one block's extremes.
+ * Its own Float and Double types must not meet names of the header's. */
 #include <qxcalc.h>
+
+typedef float Float;
+typedef double Double;
 
 int main(void)
 {

@@ -26,7 +26,7 @@ void run(FuzzedDataProvider& in, uint32_t code, int32_t count, F plain, F aligne
     using Bits = std::conditional_t<sizeof(Out) == 4, uint32_t, uint64_t>;
     static constexpr std::size_t kRawBytes[] = {1, 1, 2, 2, 4, 4, 8, 8, 4};
     const std::size_t size = code < 9 ? kRawBytes[code] : 1, n = count > 0 ? count : 0;
-    const bool inPlace = (code == Float || code == Double) && size == sizeof(Out) && in.ConsumeBool(), toAligned = in.ConsumeBool();
+    const bool inPlace = (code == QxcalcRawFloat || code == QxcalcRawDouble) && size == sizeof(Out) && in.ConsumeBool(), toAligned = in.ConsumeBool();
     const Out scale = std::bit_cast<Out>(in.ConsumeIntegral<Bits>()), offset = std::bit_cast<Out>(in.ConsumeIntegral<Bits>());
     const auto out = exact(toAligned ? 0 : sizeof(Out) * in.ConsumeIntegralInRange(0, 7), n * sizeof(Out));
     const auto rawStore = exact(size * in.ConsumeIntegralInRange<std::size_t>(0, 64 / size - 1), inPlace ? 0 : n * size);
@@ -41,9 +41,15 @@ void run(FuzzedDataProvider& in, uint32_t code, int32_t count, F plain, F aligne
         }
     };
     switch (code) {
-    case UInt8: model(uint8_t{}); break;   case Int8: model(int8_t{}); break;    case Int16: model(int16_t{}); break;
-    case UInt16: model(uint16_t{}); break; case Int32: model(int32_t{}); break;  case Float: model(float{}); break;
-    case Int64: model(int64_t{}); break;   case Double: model(double{}); break;  case UInt32: model(uint32_t{}); break;
+    case QxcalcRawUInt8: model(uint8_t{}); break;
+    case QxcalcRawInt8: model(int8_t{}); break;
+    case QxcalcRawInt16: model(int16_t{}); break;
+    case QxcalcRawUInt16: model(uint16_t{}); break;
+    case QxcalcRawInt32: model(int32_t{}); break;
+    case QxcalcRawFloat: model(float{}); break;
+    case QxcalcRawInt64: model(int64_t{}); break;
+    case QxcalcRawDouble: model(double{}); break;
+    case QxcalcRawUInt32: model(uint32_t{}); break;
     }
     const Params p{raw, reinterpret_cast<Out*>(out.get()), scale, offset, count, code};
     (toAligned ? aligned : plain)(&p);

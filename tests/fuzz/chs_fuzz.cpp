@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const CHSInterpolatorParams params{inputRate, outputRate, 2u << in.ConsumeIntegralInRange(0, 11)};
     const uint32_t length = params.bufferLength;
     CHSInterpolator* h = nullptr;
-    if (qxcalcCHSInterpolator_Create(&h, &params) != StatusOk) __builtin_trap();
+    if (qxcalcCHSInterpolator_Create(&h, &params) != QxcalcStatusOk) __builtin_trap();
     qxtest::chs::Model model(inputRate, outputRate, length);
     std::vector<float> samples, want;
     while (in.remaining_bytes() > 0) {
@@ -25,15 +25,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         bool delivered = true;
         QxcalcStatus got, expected;
         if (action == 0) got = qxcalcCHSInterpolator_Stop(h, &out, &n), expected = model.stop(want, delivered);
-        else if (action == 1) got = qxcalcCHSInterpolator_Reset(h), expected = StatusOk, delivered = false, model.reset();
+        else if (action == 1) got = qxcalcCHSInterpolator_Reset(h), expected = QxcalcStatusOk, delivered = false, model.reset();
         else {
             samples.assign(count + 1, 0.0f);
             in.ConsumeData(samples.data(), 4 * count);
             got = qxcalcCHSInterpolator_InterpolateValues(h, samples.data(), count, &out, &n), expected = model.feed(samples.data(), count, want);
         }
         if (got != expected || model.exceededCapacity()) __builtin_trap();
-        if (got != StatusOk || !delivered) (out == nullptr && n == 0xA5A5A5A5u) ? void() : __builtin_trap();
+        if (got != QxcalcStatusOk || !delivered) (out == nullptr && n == 0xA5A5A5A5u) ? void() : __builtin_trap();
         else if (n != want.size() || (n > 0 && std::memcmp(out, want.data(), 4 * n) != 0)) __builtin_trap();
     }
-    return qxcalcCHSInterpolator_Destroy(h) == StatusOk ? 0 : (__builtin_trap(), 0);
+    return qxcalcCHSInterpolator_Destroy(h) == QxcalcStatusOk ? 0 : (__builtin_trap(), 0);
 }

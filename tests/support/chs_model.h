@@ -18,19 +18,19 @@ public:
     }
     QxcalcStatus feed(const float* samples, uint32_t count, std::vector<float>& out)
     {
-        if (count == 0) return StatusInvalidArgument;
-        if (count > length_ - 2) return StatusTooManyValues;
-        if (stopped_) return StatusStopped;
+        if (count == 0) return QxcalcStatusInvalidArgument;
+        if (count > length_ - 2) return QxcalcStatusTooManyValues;
+        if (stopped_) return QxcalcStatusStopped;
         for (uint32_t k = 0; k < count; ++k) ring_[written_++ % length_] = samples[k];
         return step(out);
     }
     // Stop repeats the last sample once; `delivered` tells whether the outputs were written at all.
     QxcalcStatus stop(std::vector<float>& out, bool& delivered)
     {
-        if (stopped_) return StatusStopped;
+        if (stopped_) return QxcalcStatusStopped;
         stopped_ = true;
         delivered = length_ > 2;
-        if (!delivered) return StatusOk;
+        if (!delivered) return QxcalcStatusOk;
         ring_[written_ % length_] = ring_[(written_ - 1) % length_];
         ++written_;
         return step(out);
@@ -45,7 +45,7 @@ private:
         static constexpr float kWeights[4][4] = {{0, 2, 0, 0}, {-1, 0, 1, 0}, {2, -5, 4, -1}, {-1, 3, -3, 1}};
         const auto add = addX86<float>, mul = mulX86<float>;
         out.clear();
-        if (written_ < 2) return StatusOk;
+        if (written_ < 2) return QxcalcStatusOk;
         const double end = static_cast<double>(written_ - 2) * ratio_ + 1.0;
         const uint32_t n = static_cast<uint32_t>(static_cast<uint64_t>(end)) - static_cast<uint32_t>(produced_);
         const uint32_t capacity = static_cast<uint32_t>(static_cast<int32_t>((length_ + 1.0) * ratio_));
@@ -70,7 +70,7 @@ private:
             out.push_back(mul(0.5f, add(add(mul(c[0], 1.0f), mul(c[1], t)), add(mul(c[2], t2), mul(c[3], t3)))));
         }
         produced_ += n;
-        return StatusOk;
+        return QxcalcStatusOk;
     }
 
     double ratio_;
