@@ -17,7 +17,7 @@
 
 #include <bit>
 
-#include "ca/fast_log10.h"
+#include "simd/fast_log10.h"
 #include "qxcalc.h"
 #include "simd/walk.h"
 
@@ -75,12 +75,12 @@ struct LogarithmicAxis {
     {
         float q = x / reference;
         if (static_cast<double>(q) < kRatioFloorTest) q = kRatioFloor;
-        return fastLog10(q) * scale + offset;
+        return simd::fastLog10(q) * scale + offset;
     }
     QX_INLINE __m256 positions(__m256 x) const
     {
         const __m256 q = _mm256_max_ps(_mm256_div_ps(x, _mm256_set1_ps(reference)), _mm256_set1_ps(kRatioFloor));
-        return _mm256_add_ps(_mm256_mul_ps(fastLog10Lanes(q), _mm256_set1_ps(scale)), _mm256_set1_ps(offset));
+        return _mm256_add_ps(_mm256_mul_ps(simd::fastLog10Lanes(q), _mm256_set1_ps(scale)), _mm256_set1_ps(offset));
     }
 };
 

@@ -30,7 +30,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "ca/fast_log10.h"
+#include "simd/fast_log10.h"
 #include "qxcalc.h"
 #include "simd/lanes.h"
 #include "simd/select.h"
@@ -52,7 +52,7 @@ constexpr double kDecibelLaneDomainStart = 1e-9;
 
 // ---- One point ---------------------------------------------------------------
 
-double logOf(double v) { return ca::fastLog10(static_cast<float>(v)); }
+double logOf(double v) { return simd::fastLog10(static_cast<float>(v)); }
 
 // (value - start) / (end - start), or `whenEmpty` on an axis of zero length.
 double along(double value, double start, double end, double whenEmpty)
@@ -94,7 +94,7 @@ double vOfOnePoint(const GraphMapping& m, double y)
     case kLinearAxis: return limited(along(y, m.yMin, m.yMax, m.yMin));
     case kLogarithmicAxis: return limited(along(y > 0 ? logOf(y) : m.yLogMin, m.yLogMin, m.yLogMax, m.yLogMin));
     default: {
-        const double db = y > 0 ? kDecibelFactorFloat * ca::fastLog10(static_cast<float>(y / m.dbReference))
+        const double db = y > 0 ? kDecibelFactorFloat * simd::fastLog10(static_cast<float>(y / m.dbReference))
                                 : kDecibelsOfNothing;
         return m.yMax - m.yMin == 0 ? 0.0 : limited(along(db, m.yMin, m.yMax, 0.0));
     }
@@ -121,7 +121,7 @@ QX_INLINE Quad all(double v) { return _mm256_set1_pd(v); }
 QX_INLINE Quad choose(Quad whenFalse, Quad whenTrue, Quad mask) { return simd::selectWhere(mask, whenFalse, whenTrue); }
 QX_INLINE Quad above(Quad v, double start) { return _mm256_cmp_pd(v, all(start), _CMP_GT_OQ); }
 
-QX_INLINE Quad logOfLanes(Quad v) { return _mm256_cvtps_pd(ca::fastLog10x4(_mm256_cvtpd_ps(v))); }
+QX_INLINE Quad logOfLanes(Quad v) { return _mm256_cvtps_pd(simd::fastLog10x4(_mm256_cvtpd_ps(v))); }
 
 QX_INLINE Quad alongLanes(Quad value, double start, double end, double whenEmpty)
 {

@@ -10,15 +10,24 @@
 
 namespace qxtest {
 
+// The fast logarithm's constants: the cubic's coefficients and log2(10), in double and in float.
+constexpr float kC0 = std::bit_cast<float>(0xBDDBA835u);
+constexpr float kC1 = std::bit_cast<float>(0x3F3030C0u);
+constexpr float kC2 = std::bit_cast<float>(0x3FE0D411u);
+constexpr float kC3 = std::bit_cast<float>(0x402786EEu);
+constexpr double kLog2Of10Double = 3.3219281;
+constexpr float kLog2Of10Float = std::bit_cast<float>(0x40549A78u);
+
 // log2|x| by the cubic; divided by log2(10) in double (scalar) or in float (lanes).
 inline float fastLog2Model(float x)
 {
     const uint32_t b = std::bit_cast<uint32_t>(x);
-    const float m = std::bit_cast<float>((b & 0x007FFFFFu) | 0x3F800000u), e = static_cast<float>(static_cast<int>((b >> 23) & 0xFF) - 127);
-    return e + (m - 1.0f) * (((m * std::bit_cast<float>(0xBDDBA835u) + std::bit_cast<float>(0x3F3030C0u)) * m - std::bit_cast<float>(0x3FE0D411u)) * m + std::bit_cast<float>(0x402786EEu));
+    const float m = std::bit_cast<float>((b & 0x007FFFFFu) | 0x3F800000u);
+    const float e = static_cast<float>(static_cast<int>((b >> 23) & 0xFF) - 127);
+    return e + (m - 1.0f) * (((m * kC0 + kC1) * m - kC2) * m + kC3);
 }
-inline float fastLog10Model(float x) { return static_cast<float>(fastLog2Model(x) / 3.3219281); }
-inline float fastLog10LanesModel(float x) { return fastLog2Model(x) / std::bit_cast<float>(0x40549A78u); }
+inline float fastLog10Model(float x) { return static_cast<float>(fastLog2Model(x) / kLog2Of10Double); }
+inline float fastLog10LanesModel(float x) { return fastLog2Model(x) / kLog2Of10Float; }
 
 constexpr float kRatioFloor = std::bit_cast<float>(0x3089705Fu);
 

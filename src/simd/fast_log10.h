@@ -17,7 +17,7 @@
 
 #include "simd/lanes.h"
 
-namespace qx::ca {
+namespace qx::simd {
 
 namespace log10detail {
 
@@ -104,4 +104,4 @@ QX_INLINE V fastLog10Lanes(V x)
 
 QX_INLINE __m128 fastLog10x4(__m128 x) { return fastLog10Lanes(x); }
 
-}  // namespace qx::ca
+}  // namespace qx::simd
