@@ -17,8 +17,8 @@
 // indices counted from the float block position truncated back to an integer.
 
 #include "qxcalc.h"
-#include "ca/float_indices.h"
 #include "ca/maximum_search.h"
+#include "simd/convert.h"
 #include "simd/select.h"
 #include "simd/walk.h"
 
@@ -28,6 +28,14 @@ namespace {
 using L = simd::Lanes<float>;
 
 constexpr uint32_t kShortRange = 7;  // ranges up to this length run one at a time
+
+// A block position carried as a float back to an index: truncated through a
+// 64-bit integer, so a float that rounded up to 2^32 comes back as 0 rather
+// than as an out-of-range conversion.
+QX_INLINE uint32_t uint32FromFloatTruncating(float f)
+{
+    return static_cast<uint32_t>(static_cast<int64_t>(f));
+}
 
 struct Largest {
     float value = kMaximumSearchStart;
@@ -92,7 +100,7 @@ void copyByVectors(const float* raw, float* channel, uint32_t count, float offse
 
     // Every lane of `bases` holds the float index of the current block's
     // first value; it advances by 8.0 per block in single precision.
-    __m256 bases = _mm256_set1_ps(floatFromUint32(first));
+    __m256 bases = _mm256_set1_ps(simd::floatFromUint32(first));
     LaneMaxima lanes{correctedAt(0), _mm256_add_ps(bases, laneSteps)};
     const uint32_t blocks = count / L::width;
     simd::forEachInOrder<4>(blocks - 1, [&](std::size_t k) {

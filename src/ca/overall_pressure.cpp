@@ -15,7 +15,7 @@
 //   (float(n) * overall + cycle) / float(n + 1), each raising *maxValue
 //   when strictly greater.
 
-#include "ca/cycle_count.h"
+#include "simd/convert.h"
 #include "ca/maximum_search.h"
 #include "qxcalc.h"
 #include "simd/ordered.h"
@@ -36,7 +36,7 @@ QX_INLINE __m256d foldQuad(__m256d overall, __m256d cycle, __m256d n, __m256d nP
 void foldIntoOverall(const float* cycleValues, float* overallValues, uint32_t count, uint64_t cycleCount,
                      float* maxValue)
 {
-    const double nd = cycleCountAs<double>(cycleCount);
+    const double nd = simd::fromUint64<double>(cycleCount);
     const __m256d n = _mm256_set1_pd(nd), nPlusOne = _mm256_set1_pd(nd + 1.0);
     __m256 laneMax = _mm256_set1_ps(kMaximumSearchStart);
     const uint32_t blocks = count / L::width;
@@ -52,7 +52,7 @@ void foldIntoOverall(const float* cycleValues, float* overallValues, uint32_t co
     });
     *maxValue = simd::reduceMaxHalving<float>(laneMax);
 
-    const float nf = cycleCountAs<float>(cycleCount), mf = cycleCountAs<float>(cycleCount + 1);
+    const float nf = simd::fromUint64<float>(cycleCount), mf = simd::fromUint64<float>(cycleCount + 1);
     for (uint32_t k = blocks * L::width; k < count; ++k) {
         const float v = simd::addInOrder(nf * overallValues[k], cycleValues[k]) / mf;
         overallValues[k] = v;

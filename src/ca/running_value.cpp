@@ -13,7 +13,7 @@
 
 #include <cstring>
 
-#include "ca/cycle_count.h"
+#include "simd/convert.h"
 #include "qxcalc.h"
 #include "simd/convert.h"
 #include "simd/ordered.h"
@@ -58,7 +58,7 @@ void foldRunning(const RunningCurves& c, uint32_t count, uint64_t n, uint32_t wi
         std::memcpy(c.sum, c.cycle, count * sizeof(float));
         std::memcpy(c.mean, c.cycle, count * sizeof(float));
     } else if (n < windowCycles) {
-        foldPositions(c, count, cycleCountAs<float>(n) + 1.0f,
+        foldPositions(c, count, simd::fromUint64<float>(n) + 1.0f,
                       [](__m256 sum, __m256 cycle, uint32_t) { return simd::addInOrder(sum, cycle); },
                       [](float sum, float cycle, uint32_t) { return simd::addInOrder(sum, cycle); });
     } else {

@@ -32,15 +32,6 @@ namespace qx::chs {
 // Fewer samples than this give no computable output position yet.
 constexpr uint64_t kSamplesBeforeFirstOutput = 2;
 
-// An unsigned 64-bit counter as a double, correctly rounded. Goes through the
-// signed conversion; the top bit, which no real counter reaches, is handled
-// by halving with the lost bit kept sticky.
-inline double counterToDouble(uint64_t value)
-{
-    if (value >> 63 == 0) return simd::fromInt64<double>(static_cast<int64_t>(value));
-    return simd::fromInt64<double>(static_cast<int64_t>((value >> 1) | (value & 1))) * 2.0;
-}
-
 // Truncation toward zero to signed 32 bits. NaN and out-of-range values give
 // INT32_MIN, as the processor's truncating conversion does.
 inline int32_t truncateToInt32(double value)

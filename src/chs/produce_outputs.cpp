@@ -99,7 +99,7 @@ uint32_t outputsDue(const CHSInterpolator& s)
 {
     const uint64_t written = s.samplesWritten;
     if (written < kSamplesBeforeFirstOutput) return 0;
-    const double end = counterToDouble(written - 2) * s.ratio + 1.0;
+    const double end = simd::fromUint64<double>(written - 2) * s.ratio + 1.0;
     return lowWordOfTruncation(end) - static_cast<uint32_t>(s.samplesProduced);
 }
 
@@ -241,7 +241,7 @@ void outputsInBatches(CHSInterpolator& s, SegmentCache& cache, uint32_t n, doubl
 void produceOutputs(CHSInterpolator& s, float** outputOut, uint32_t* outputCountOut)
 {
     const uint32_t count = outputsDue(s);
-    const double start = counterToDouble(s.samplesProduced) / s.ratio;
+    const double start = simd::fromUint64<double>(s.samplesProduced) / s.ratio;
     SegmentCache cache{s};
 
     // Positions grow with i; when the first is not negative and the last is

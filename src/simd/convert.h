@@ -204,12 +204,30 @@ QX_INLINE Work fromInt64(int64_t x)
 #endif
 }
 
+// An unsigned 64-bit counter as Work (float or double), rounded once: through
+// the signed conversion; counters of 2^63 and more are halved first with the
+// lost bit kept sticky, and the half doubled exactly.
+template <class Work>
+inline Work fromUint64(uint64_t n)
+{
+    if (static_cast<int64_t>(n) >= 0) return fromInt64<Work>(static_cast<int64_t>(n));
+    const Work half = fromInt64<Work>(static_cast<int64_t>((n >> 1) | (n & 1)));
+    return half + half;
+}
+
+// An unsigned 32-bit value as a float through its two 16-bit halves, each
+// exact: high * 65536 (exact) + low rounds once, in the current mode, as the
+// vector form does.
+QX_INLINE float floatFromUint32(uint32_t n)
+{
+    return static_cast<float>(n >> 16) * 65536.0f + static_cast<float>(n & 0xFFFFu);
+}
+
 // One sample as Work (float or double), as the vector forms convert it.
 template <class Work, class T>
 QX_INLINE Work convertOne(T x)
 {
-    if constexpr (std::is_same_v<Work, float> && std::is_same_v<T, uint32_t>)
-        return static_cast<float>(x >> 16) * 65536.0f + static_cast<float>(x & 0xFFFF);
+    if constexpr (std::is_same_v<Work, float> && std::is_same_v<T, uint32_t>) return floatFromUint32(x);
     else if constexpr (std::is_same_v<T, int64_t>) return fromInt64<Work>(x);
     else return static_cast<Work>(x);
 }
