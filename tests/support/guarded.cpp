@@ -7,6 +7,7 @@
 #ifdef _WIN32
 #include <windows.h>
 #else
+#include <setjmp.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -67,15 +68,27 @@ bool GuardedArena::poisonIntact() const
     return true;
 }
 
+// The way back into runWithoutFault() from a fault: on Windows the compiler's own jump buffer, which a handler
+// that redirects the faulting context can use; elsewhere the signal-safe one (AArch64 has no __builtin_longjmp).
+#ifdef _WIN32
+#define QXTEST_SET_RETURN(buffer) __builtin_setjmp(buffer)
+#define QXTEST_RETURN(buffer) __builtin_longjmp(buffer, 1)
+using JumpBuffer = void* [5];
+#else
+#define QXTEST_SET_RETURN(buffer) sigsetjmp(buffer, 1)
+#define QXTEST_RETURN(buffer) siglongjmp(buffer, 1)
+using JumpBuffer = sigjmp_buf;
+#endif
+
 namespace {
-// The way back into runWithoutFault() from a fault: __builtin_setjmp's buffer, and whether `call` is running.
-thread_local void* activeJump[5];
+// The jump buffer, and whether `call` is running.
+thread_local JumpBuffer activeJump;
 thread_local bool active = false;
 
 [[noreturn]] void escape()
 {
     active = false;
-    __builtin_longjmp(activeJump, 1);
+    QXTEST_RETURN(activeJump);
 }
 
 #ifdef _WIN32
@@ -93,7 +106,7 @@ bool installHandler() { return AddVectoredExceptionHandler(1, onFault) != nullpt
 void onFault(int)
 {
     if (!active) std::abort();
-    escape();  // SA_NODEFER: no signal mask to restore
+    escape();
 }
 
 bool installHandler()
@@ -110,7 +123,7 @@ bool installHandler()
 bool runWithoutFault(const std::function<void()>& call)
 {
     [[maybe_unused]] static const bool installed = installHandler();
-    if (__builtin_setjmp(activeJump) != 0) return false;
+    if (QXTEST_SET_RETURN(activeJump) != 0) return false;
     active = true;
     call();
     active = false;
