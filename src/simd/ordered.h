@@ -84,54 +84,28 @@ QX_INLINE float64x2_t firstNaNOr(float64x2_t a, float64x2_t r)
     return vbslq_f64(vceqq_f64(a, a), r, quietA);
 }
 
-QX_INLINE __m128 addInOrder(__m128 a, __m128 b)
-{
-    const float32x4_t x = simde__m128_to_neon_f32(a);
-    return simde__m128_from_neon_f32(firstNaNOr(x, vaddq_f32(x, simde__m128_to_neon_f32(b))));
-}
+QX_INLINE float lane0(float32x4_t v) { return vgetq_lane_f32(v, 0); }
+QX_INLINE double lane0(float64x2_t v) { return vgetq_lane_f64(v, 0); }
 
-QX_INLINE __m128 mulInOrder(__m128 a, __m128 b)
-{
-    const float32x4_t x = simde__m128_to_neon_f32(a);
-    return simde__m128_from_neon_f32(firstNaNOr(x, vmulq_f32(x, simde__m128_to_neon_f32(b))));
-}
-
-QX_INLINE __m128d addInOrder(__m128d a, __m128d b)
-{
-    const float64x2_t x = simde__m128d_to_neon_f64(a);
-    return simde__m128d_from_neon_f64(firstNaNOr(x, vaddq_f64(x, simde__m128d_to_neon_f64(b))));
-}
-
-QX_INLINE __m128d mulInOrder(__m128d a, __m128d b)
-{
-    const float64x2_t x = simde__m128d_to_neon_f64(a);
-    return simde__m128d_from_neon_f64(firstNaNOr(x, vmulq_f64(x, simde__m128d_to_neon_f64(b))));
-}
-
+// Each form on NEON registers: Vec to Neon, op, x86's NaN, back to Vec.
 // Scalars go through lane 0 of the vector forms.
-QX_INLINE float addInOrder(float a, float b)
-{
-    const float32x4_t x = vdupq_n_f32(a);
-    return vgetq_lane_f32(firstNaNOr(x, vaddq_f32(x, vdupq_n_f32(b))), 0);
-}
+#define QX_IN_ORDER(name, Vec, Neon, toNeon, fromNeon, op)   \
+    QX_INLINE Vec name(Vec a, Vec b)                          \
+    {                                                         \
+        const Neon x = toNeon(a);                             \
+        return fromNeon(firstNaNOr(x, op(x, toNeon(b))));     \
+    }
 
-QX_INLINE float mulInOrder(float a, float b)
-{
-    const float32x4_t x = vdupq_n_f32(a);
-    return vgetq_lane_f32(firstNaNOr(x, vmulq_f32(x, vdupq_n_f32(b))), 0);
-}
+QX_IN_ORDER(addInOrder, __m128, float32x4_t, simde__m128_to_neon_f32, simde__m128_from_neon_f32, vaddq_f32)
+QX_IN_ORDER(mulInOrder, __m128, float32x4_t, simde__m128_to_neon_f32, simde__m128_from_neon_f32, vmulq_f32)
+QX_IN_ORDER(addInOrder, __m128d, float64x2_t, simde__m128d_to_neon_f64, simde__m128d_from_neon_f64, vaddq_f64)
+QX_IN_ORDER(mulInOrder, __m128d, float64x2_t, simde__m128d_to_neon_f64, simde__m128d_from_neon_f64, vmulq_f64)
+QX_IN_ORDER(addInOrder, float, float32x4_t, vdupq_n_f32, lane0, vaddq_f32)
+QX_IN_ORDER(mulInOrder, float, float32x4_t, vdupq_n_f32, lane0, vmulq_f32)
+QX_IN_ORDER(addInOrder, double, float64x2_t, vdupq_n_f64, lane0, vaddq_f64)
+QX_IN_ORDER(mulInOrder, double, float64x2_t, vdupq_n_f64, lane0, vmulq_f64)
 
-QX_INLINE double addInOrder(double a, double b)
-{
-    const float64x2_t x = vdupq_n_f64(a);
-    return vgetq_lane_f64(firstNaNOr(x, vaddq_f64(x, vdupq_n_f64(b))), 0);
-}
-
-QX_INLINE double mulInOrder(double a, double b)
-{
-    const float64x2_t x = vdupq_n_f64(a);
-    return vgetq_lane_f64(firstNaNOr(x, vmulq_f64(x, vdupq_n_f64(b))), 0);
-}
+#undef QX_IN_ORDER
 
 #endif
 
