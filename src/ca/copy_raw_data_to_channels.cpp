@@ -19,6 +19,7 @@
 #include "qxcalc.h"
 #include "ca/maximum_search.h"
 #include "simd/convert.h"
+#include "simd/lanes.h"
 #include "simd/select.h"
 #include "simd/walk.h"
 

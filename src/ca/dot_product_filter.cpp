@@ -126,8 +126,7 @@ float filterByLanes(const T* samples, uint32_t count, const float* coefficients,
     const auto coefficientOfTap = [&](uint32_t i) { return coefficients + static_cast<std::ptrdiff_t>(i) * stride; };
     FilterLanes<T, Contiguous> lanes{_mm_setzero_ps(), stride, coefficientOfTap(count - 1)};
 
-    const uint32_t peel = simd::countBeforeBoundary<16>(oldest);
-    const int32_t head = peel == 0 ? W : static_cast<int32_t>(peel);
+    const auto head = static_cast<int32_t>(simd::overlappedHead<16, W>(oldest));
     lanes.addMasked(oldest, [&](int32_t g) { return simd::headMask4(clampToGroup(head - 4 * g)); });
 
     const uint32_t blocks = (count - head) / W;

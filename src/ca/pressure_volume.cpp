@@ -100,12 +100,11 @@ void mapToAxis(const float* input, uint32_t count, int32_t* output, int32_t minV
     }
     const LaneRange range{_mm_set1_epi32(minValue), _mm_set1_epi32(maxValue)};
     range.store(output, axis.positions(L::loadu(input)));
-    const uint32_t peel = simd::countBeforeBoundary<L::alignment>(input);
-    const uint32_t head = peel == 0 ? L::width : peel;
+    const uint32_t head = simd::overlappedHead<L::alignment, L::width>(input);
     const uint32_t vectors = (count - head) / L::width;
     simd::forEachInOrder<BodyUnroll>(vectors, [&](std::size_t k) {
         const std::size_t i = head + k * L::width;
-        range.store(output + i, axis.positions(L::load(input + i)));
+        range.store(output + i, axis.positions(L::loadAssumedAligned(input + i)));
     });
     if (head + vectors * L::width < count) {
         const uint32_t last = count - L::width;

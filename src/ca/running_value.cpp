@@ -16,6 +16,7 @@
 #include "simd/convert.h"
 #include "qxcalc.h"
 #include "simd/convert.h"
+#include "simd/lanes.h"
 #include "simd/ordered.h"
 #include "simd/walk.h"
 

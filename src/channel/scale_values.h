@@ -18,6 +18,7 @@
 #include <type_traits>
 
 #include "simd/convert.h"
+#include "simd/lanes.h"
 #include "simd/ordered.h"
 #include "simd/store.h"
 #include "simd/walk.h"

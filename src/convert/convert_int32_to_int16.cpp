@@ -10,6 +10,7 @@
 // one at a time.
 
 #include "qxcalc.h"
+#include "simd/isa.h"
 #include "simd/walk.h"
 
 namespace qx::convert {

@@ -11,6 +11,7 @@
 //   of four unrolled by eight, then up to 3 one at a time.
 
 #include "qxcalc.h"
+#include "simd/lanes.h"
 #include "simd/ordered.h"
 #include "simd/store.h"
 #include "simd/walk.h"
@@ -50,7 +51,7 @@ void multiplyVectorByScalar(T* samples, uint32_t count, T factor)
         samples, count, [&](uint32_t i, uint32_t n) { multiplyOneByOne(samples + i, n, factor); },
         [&](std::size_t i) {
             T* p = samples + i;
-            simd::storeVector<aligned>(p, simd::mulInOrder(factors, aligned ? L::load(p) : L::loadu(p)));
+            simd::storeVector<aligned>(p, simd::mulInOrder(factors, aligned ? L::loadAssumedAligned(p) : L::loadu(p)));
         });
 }
 

@@ -47,7 +47,7 @@ struct DotSums {
 template <bool TapsAligned>
 QX_INLINE __m256 products8(const float* samples, const float* taps)
 {
-    return mulInOrder(L::loadu(samples), TapsAligned ? L::load(taps) : L::loadu(taps));
+    return mulInOrder(L::loadu(samples), TapsAligned ? L::loadAssumedAligned(taps) : L::loadu(taps));
 }
 
 // ((A + B) + C) + D over `blocks` blocks of 32 products; accumulator A takes

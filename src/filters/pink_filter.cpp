@@ -11,6 +11,7 @@
 // are added next.
 
 #include "qxcalc.h"
+#include "simd/lanes.h"
 #include "simd/ordered.h"
 
 namespace qx::filters {

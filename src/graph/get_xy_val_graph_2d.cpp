@@ -118,7 +118,6 @@ void mapOnePoint(const GraphMapping& m)
 using Quad = __m256d;
 
 QX_INLINE Quad all(double v) { return _mm256_set1_pd(v); }
-QX_INLINE Quad choose(Quad whenFalse, Quad whenTrue, Quad mask) { return simd::selectWhere(mask, whenFalse, whenTrue); }
 QX_INLINE Quad above(Quad v, double start) { return _mm256_cmp_pd(v, all(start), _CMP_GT_OQ); }
 
 QX_INLINE Quad logOfLanes(Quad v) { return _mm256_cvtps_pd(simd::fastLog10x4(_mm256_cvtpd_ps(v))); }
@@ -127,7 +126,8 @@ QX_INLINE Quad alongLanes(Quad value, double start, double end, double whenEmpty
 {
     const Quad range = all(end - start);
     const Quad u = _mm256_div_pd(_mm256_sub_pd(value, all(start)), range);
-    return choose(u, all(whenEmpty), _mm256_cmp_pd(range, _mm256_setzero_pd(), _CMP_EQ_OQ));
+    const Quad empty = _mm256_cmp_pd(range, _mm256_setzero_pd(), _CMP_EQ_OQ);
+    return simd::selectWhere(empty, u, all(whenEmpty));
 }
 
 // Minimum first (a NaN lane takes the 1e6), then maximum.
@@ -164,7 +164,8 @@ Quad xOfFourPoints(const GraphMapping& m)
 Quad alongAxis(bool logarithmic, Quad value, double min, double max, double logMin, double logMax)
 {
     if (!logarithmic) return limitedLanes(alongLanes(value, min, max, min));
-    const Quad logValue = choose(all(logMin), logOfLanes(value), above(value, logMin));
+    const Quad inDomain = above(value, logMin);
+    const Quad logValue = simd::selectWhere(inDomain, all(logMin), logOfLanes(value));
     return limitedLanes(alongLanes(logValue, logMin, logMax, logMin));
 }
 
@@ -181,7 +182,8 @@ Quad vOfFourPoints(const GraphMapping& m, Quad y)
     case kLogarithmicAxis: return alongAxis(m.yAxisType == kLogarithmicAxis, y, m.yMin, m.yMax, m.yLogMin, m.yLogMax);
     default: {
         const Quad db = _mm256_mul_pd(all(kDecibelFactor), logOfLanes(_mm256_div_pd(y, all(m.dbReference))));
-        const Quad dbOrNothing = choose(all(kDecibelsOfNothing), db, above(y, kDecibelLaneDomainStart));
+        const Quad inDomain = above(y, kDecibelLaneDomainStart);
+        const Quad dbOrNothing = simd::selectWhere(inDomain, all(kDecibelsOfNothing), db);
         return limitedLanes(alongLanes(dbOrNothing, m.yMin, m.yMax, m.yMin));
     }
     }

@@ -8,7 +8,8 @@
 // kernel's pointers and counters alone and keeps them in registers.
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/inline.h"
+#include "simd/isa.h"
 
 namespace qx::simd {
 

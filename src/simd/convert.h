@@ -134,16 +134,20 @@ QX_INLINE __m256d biasedInt64Quad(const int64_t* p)
                                           _mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2)), bias)));
 }
 
-QX_INLINE __m256d exponentChange(__m256d biased) { return _mm256_xor_pd(biased, _mm256_set1_pd(0x1.8p52)); }
-
-QX_INLINE bool inRange(__m256d exponentChanges)
+QX_INLINE __m256d int64ExponentChange(__m256d biased)
 {
-    return _mm256_testz_si256(_mm256_castpd_si256(exponentChanges), _mm256_set1_epi64x(static_cast<int64_t>(0xFFF0000000000000u)));
+    return _mm256_xor_pd(biased, _mm256_set1_pd(0x1.8p52));
+}
+
+QX_INLINE bool int64InRange(__m256d exponentChanges)
+{
+    const __m256i signAndExponent = _mm256_set1_epi64x(static_cast<int64_t>(0xFFF0000000000000u));
+    return _mm256_testz_si256(_mm256_castpd_si256(exponentChanges), signAndExponent);
 }
 
 // The samples of a quad that was in range, exactly; rounding toward -inf
 // gives -0 for a zero sample, made +0 by the caller.
-QX_INLINE __m256d unbiased(__m256d biased) { return _mm256_sub_pd(biased, _mm256_set1_pd(0x1.8p52)); }
+QX_INLINE __m256d int64Unbiased(__m256d biased) { return _mm256_sub_pd(biased, _mm256_set1_pd(0x1.8p52)); }
 
 QX_INLINE __m256 positiveZeros(__m256 v) { return _mm256_and_ps(v, _mm256_cmp_ps(v, _mm256_setzero_ps(), _CMP_NEQ_UQ)); }
 QX_INLINE __m256d positiveZeros(__m256d v) { return _mm256_and_pd(v, _mm256_cmp_pd(v, _mm256_setzero_pd(), _CMP_NEQ_UQ)); }
@@ -156,7 +160,8 @@ QX_INLINE __m256d doubleQuadFrom(const T* p)
     else if constexpr (std::is_same_v<T, float>) return _mm256_cvtps_pd(_mm_loadu_ps(p));
     else if constexpr (std::is_same_v<T, int64_t>) {
         const __m256d biased = biasedInt64Quad(p);
-        return inRange(exponentChange(biased)) ? positiveZeros(unbiased(biased)) : doubleQuadFromAnyInt64(p);
+        return int64InRange(int64ExponentChange(biased)) ? positiveZeros(int64Unbiased(biased))
+                                                         : doubleQuadFromAnyInt64(p);
     }
     else if constexpr (std::is_same_v<T, uint32_t>) return widenUInt32x4(int32x4From(p));
     else return widenInt32x4(int32x4From(p));
@@ -171,9 +176,10 @@ QX_INLINE __m256 floatOctFrom(const T* p)
     if constexpr (std::is_same_v<T, float>) return _mm256_loadu_ps(p);
     else if constexpr (std::is_same_v<T, int64_t>) {
         const __m256d low = biasedInt64Quad(p), high = biasedInt64Quad(p + 4);
-        if (!inRange(_mm256_or_pd(exponentChange(low), exponentChange(high)))) return floatOctFromAnyInt64(p);
-        return positiveZeros(_mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(unbiased(low))),
-                                                  _mm256_cvtpd_ps(unbiased(high)), 1));
+        const __m256d changes = _mm256_or_pd(int64ExponentChange(low), int64ExponentChange(high));
+        if (!int64InRange(changes)) return floatOctFromAnyInt64(p);
+        return positiveZeros(_mm256_insertf128_ps(_mm256_castps128_ps256(_mm256_cvtpd_ps(int64Unbiased(low))),
+                                                  _mm256_cvtpd_ps(int64Unbiased(high)), 1));
     } else if constexpr (std::is_same_v<T, int32_t>)
         return _mm256_cvtepi32_ps(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)));
     else if constexpr (std::is_same_v<T, uint32_t>) {

@@ -3,6 +3,11 @@
 // and maximum, and the moves that bring the upper half of the occupied lanes
 // down for halving reductions.
 //
+// loadAssumedAligned reads from an address the caller's walk has aligned; the
+// compiler may fold it into an arithmetic instruction, which accepts any
+// address, so it checks nothing. The moves that fault on a misaligned address
+// (for buffers the caller promises aligned) are in simd/aligned.h.
+//
 // Floating-point min(a, b) and max(a, b) return b whenever the comparison
 // a < b (a > b) is false, which includes a NaN in either operand and equal
 // zeros of either sign: operand order is observable and callers pass the
@@ -12,9 +17,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "simd/inline.h"
 #include "simd/isa.h"
-
-#define QX_INLINE inline __attribute__((always_inline))
 
 namespace qx::simd {
 
@@ -27,7 +31,7 @@ struct Lanes<float> {
     static constexpr unsigned width = 8;
     static constexpr std::size_t alignment = 32;
     static QX_INLINE Vec loadu(const float* p) { return _mm256_loadu_ps(p); }
-    static QX_INLINE Vec load(const float* p) { return _mm256_load_ps(p); }
+    static QX_INLINE Vec loadAssumedAligned(const float* p) { return _mm256_load_ps(p); }
     static QX_INLINE Vec broadcast(float x) { return _mm256_set1_ps(x); }
     static QX_INLINE Vec min(Vec a, Vec b) { return _mm256_min_ps(a, b); }
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm256_max_ps(a, b); }
@@ -36,11 +40,11 @@ struct Lanes<float> {
     static QX_INLINE Vec bitOr(Vec a, Vec b) { return _mm256_or_ps(a, b); }
     static QX_INLINE Vec sub(Vec a, Vec b) { return _mm256_sub_ps(a, b); }
     static QX_INLINE bool anyLane(Vec mask) { return _mm256_movemask_ps(mask) != 0; }
-    template <unsigned Lanes>
+    template <unsigned Count>
     static QX_INLINE Vec moveDown(Vec v)
     {
-        if constexpr (Lanes == 4) return _mm256_permute2f128_ps(v, v, 0x01);
-        else if constexpr (Lanes == 2) return _mm256_permute_ps(v, _MM_SHUFFLE(3, 2, 3, 2));
+        if constexpr (Count == 4) return _mm256_permute2f128_ps(v, v, 0x01);
+        else if constexpr (Count == 2) return _mm256_permute_ps(v, _MM_SHUFFLE(3, 2, 3, 2));
         else return _mm256_permute_ps(v, _MM_SHUFFLE(3, 3, 3, 1));
     }
 };
@@ -51,7 +55,7 @@ struct Lanes<double> {
     static constexpr unsigned width = 4;
     static constexpr std::size_t alignment = 32;
     static QX_INLINE Vec loadu(const double* p) { return _mm256_loadu_pd(p); }
-    static QX_INLINE Vec load(const double* p) { return _mm256_load_pd(p); }
+    static QX_INLINE Vec loadAssumedAligned(const double* p) { return _mm256_load_pd(p); }
     static QX_INLINE Vec broadcast(double x) { return _mm256_set1_pd(x); }
     static QX_INLINE Vec min(Vec a, Vec b) { return _mm256_min_pd(a, b); }
     static QX_INLINE Vec max(Vec a, Vec b) { return _mm256_max_pd(a, b); }
@@ -60,10 +64,10 @@ struct Lanes<double> {
     static QX_INLINE Vec bitOr(Vec a, Vec b) { return _mm256_or_pd(a, b); }
     static QX_INLINE Vec sub(Vec a, Vec b) { return _mm256_sub_pd(a, b); }
     static QX_INLINE bool anyLane(Vec mask) { return _mm256_movemask_pd(mask) != 0; }
-    template <unsigned Lanes>
+    template <unsigned Count>
     static QX_INLINE Vec moveDown(Vec v)
     {
-        if constexpr (Lanes == 2) return _mm256_permute2f128_pd(v, v, 0x01);
+        if constexpr (Count == 2) return _mm256_permute2f128_pd(v, v, 0x01);
         else return _mm256_permute_pd(v, 0b0101);
     }
 };
@@ -75,10 +79,10 @@ struct IntegerLanes {
     static constexpr unsigned width = 16 / sizeof(T);
     static constexpr std::size_t alignment = 16;
     static QX_INLINE Vec loadu(const T* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
-    static QX_INLINE Vec load(const T* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
+    static QX_INLINE Vec loadAssumedAligned(const T* p) { return _mm_load_si128(reinterpret_cast<const __m128i*>(p)); }
     static QX_INLINE T lane0(Vec v) { return static_cast<T>(_mm_cvtsi128_si32(v)); }
-    template <unsigned Lanes>
-    static QX_INLINE Vec moveDown(Vec v) { return _mm_srli_si128(v, Lanes * sizeof(T)); }
+    template <unsigned Count>
+    static QX_INLINE Vec moveDown(Vec v) { return _mm_srli_si128(v, Count * sizeof(T)); }
 };
 
 template <>

@@ -3,7 +3,8 @@
 // lanes (head) or in the last r lanes (tail) and 0.0 elsewhere.
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/inline.h"
+#include "simd/isa.h"
 
 namespace qx::simd {
 

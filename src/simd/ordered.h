@@ -13,7 +13,8 @@
 // x86's choice in every case (the instruction's order then no longer matters).
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/inline.h"
+#include "simd/isa.h"
 
 namespace qx::simd {
 

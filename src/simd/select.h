@@ -5,7 +5,8 @@
 // scalar branches.
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/inline.h"
+#include "simd/isa.h"
 
 namespace qx::simd {
 

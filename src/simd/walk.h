@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "simd/lanes.h"
+#include "simd/inline.h"
 
 namespace qx::simd {
 
@@ -35,6 +35,18 @@ QX_INLINE AlignedBody<T> alignedBody(const T* p, std::uint32_t count)
     std::uint32_t peel = countBeforeBoundary<Alignment>(p);
     if (peel > count) peel = count;
     return {p + peel, peel, (count - peel) / Width};
+}
+
+// For a block whose first vector of Width elements is read whole (unaligned)
+// and whose last one ends at the block's end, overlapping the aligned body:
+// the elements the first vector covers, those before the first
+// Alignment-byte boundary at or after p, or all Width when p sits on one.
+// The aligned body starts that many elements after p.
+template <std::size_t Alignment, unsigned Width, class T>
+QX_INLINE std::uint32_t overlappedHead(const T* p)
+{
+    const std::uint32_t peel = countBeforeBoundary<Alignment>(p);
+    return peel == 0 ? Width : peel;
 }
 
 namespace detail {

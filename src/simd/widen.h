@@ -2,7 +2,8 @@
 // 0-3 into the first group, 4-7 into the second.
 #pragma once
 
-#include "simd/lanes.h"
+#include "simd/inline.h"
+#include "simd/isa.h"
 
 namespace qx::simd {
 

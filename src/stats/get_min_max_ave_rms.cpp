@@ -57,7 +57,7 @@ template <class T>
     MinMaxVectors<T> m = minMax;
     SumLanes l = lanes;
     simd::forEachInOrder<4>(vectors, [&](std::size_t k) {
-        const auto v = Lanes<T>::load(first + k * Lanes<T>::width);
+        const auto v = Lanes<T>::loadAssumedAligned(first + k * Lanes<T>::width);
         m.fold(v);
         addAligned<T>(l, v, offsets);
     });
@@ -106,18 +106,15 @@ void statsByVectorsMaskedEnds(const float* samples, uint32_t count, float* minVa
         lanes.add(simd::widenFloat8(_mm256_mul_ps(v, mask)), simd::widenFloat8(_mm256_mul_ps(offsets, mask)));
     };
 
-    // The head covers the samples before the first 32-byte boundary, or the
-    // whole first vector when the block starts on one.
-    const uint32_t peel = simd::countBeforeBoundary<L::alignment>(samples);
-    const uint32_t head = peel == 0 ? L::width : peel;
+    const uint32_t head = simd::overlappedHead<L::alignment, L::width>(samples);
     addMasked(first, simd::headMask8(head));
-    if (peel == 0) minMax.fold(L::load(samples));
+    if (head == L::width) minMax.fold(L::loadAssumedAligned(samples));
 
     const float* body = samples + head;
     const uint32_t vectors = (count - head) / L::width;
     const __m256d offsetQuad = _mm256_set1_pd(offset);
     simd::forEachInOrder<4>(vectors, [&](std::size_t k) {
-        const __m256 v = L::load(body + k * L::width);
+        const __m256 v = L::loadAssumedAligned(body + k * L::width);
         minMax.fold(v);
         lanes.add(simd::widenFloat8(v), offsetQuad);
     });

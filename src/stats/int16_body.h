@@ -74,7 +74,7 @@ __attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vect
     __m128i sums = _mm_setzero_si128(), squaresWide = sums, squaresHigh = sums;
     __m128i lo = minMax.lo, hi = minMax.hi;
     for (const int16_t* end = p + vectors * L16::width; p != end; p += L16::width) {
-        const __m128i v = L16::load(p);
+        const __m128i v = L16::loadAssumedAligned(p);
         if constexpr (Copy) {
             _mm_storeu_si128(reinterpret_cast<__m128i*>(out), v);
             out += L16::width;
@@ -123,9 +123,9 @@ __attribute__((noinline)) void inOrderFrom(uint32_t k, const int16_t* first, uin
         const uint32_t n = vectors - k < kChunkVectors ? vectors - k : kChunkVectors;
         const int16_t* p = first + k * L16::width;
         if constexpr (separateMinMax)
-            for (uint32_t j = 0; j < n; ++j) m.fold(L16::load(p + j * L16::width));
+            for (uint32_t j = 0; j < n; ++j) m.fold(L16::loadAssumedAligned(p + j * L16::width));
         simd::forEachInOrder<2>(n, [&](std::size_t j) {
-            const __m128i v = L16::load(p + j * L16::width);
+            const __m128i v = L16::loadAssumedAligned(p + j * L16::width);
             if constexpr (Copy) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (k + j) * L16::width), v);
             if constexpr (!separateMinMax) m.fold(v);
             l.add(simd::widenInt16x8(v), offsets);

@@ -91,7 +91,7 @@ struct MinMaxSpread {
         constexpr unsigned W = L::width, perLoop = (floating ? 2 : 4) * pairs;
         MinMaxSpread s = *this;
         auto step = [&s](unsigned pair, const T* q) {
-            const Vec v = L::load(q);
+            const Vec v = L::loadAssumedAligned(q);
             s.acc[pair].fold(v);
             if constexpr (floating) s.nonFinite = L::bitOr(s.nonFinite, L::sub(v, v));
         };

@@ -104,7 +104,7 @@ QX_INLINE __m128i gatherEight(const int16_t*& p, std::ptrdiff_t stride)
         l.add(simd::widenInt16x8(v), offsets);
     });
     if constexpr (separateMinMax)
-        for (uint32_t k = 0; k < groups; ++k) m.fold(L16::load(destination + k * L16::width));
+        for (uint32_t k = 0; k < groups; ++k) m.fold(L16::loadAssumedAligned(destination + k * L16::width));
     minMax = m;
     lanes = l;
 }
