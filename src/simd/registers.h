@@ -1,17 +1,18 @@
 // How a kernel's loop keeps its values in registers on the 32-bit builds,
-// which have eight vector registers and six or seven general ones, where a
-// value moved to the stack inside an innermost loop costs far more than the
-// instructions around it. scripts/stack-operands.sh lists such stack operands,
-// and its check in the DLL's test run fails when a function gains any.
+// which have eight vector registers and six or seven general ones: a value
+// that does not fit is moved to the stack, adding a load or a store to every
+// pass of the loop. scripts/stack-operands.sh lists such stack operands, and
+// its check in the DLL's test run fails when a function has more than its
+// limit.
 #pragma once
 
 #include "simd/lanes.h"
 
-// A loop body as a function of its own, called once per block. It copies the
-// state it updates (accumulators, minimum and maximum) from its reference
-// arguments into locals on entry and writes them back on exit: inside, the
-// register allocator sees only the loop's own values, none of the caller's
-// that live across it, and locals that no store through a pointer can reach.
+// A loop as a function of its own, which copies the state it updates
+// (accumulators, minimum and maximum) from its reference arguments into locals
+// on entry and writes it back on exit: inside, the register allocator sees
+// only the loop's own values, none of the caller's that live across the call,
+// and locals that no store through a pointer can reach.
 #define QX_OUT_OF_LINE [[gnu::noinline]]
 
 namespace qx::simd {
