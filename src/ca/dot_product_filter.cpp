@@ -31,6 +31,7 @@
 #include "simd/masks.h"
 #include "simd/ordered.h"
 #include "simd/reduce.h"
+#include "simd/registers.h"
 #include "simd/walk.h"
 
 namespace qx::ca {
@@ -65,12 +66,11 @@ QX_INLINE __m128 nextCoefficients(const float*& at, std::ptrdiff_t stride)
         // Two pointer steps per four coefficients, each load at most one
         // stride from a pointer: a chain of a step per load would bound the
         // loop, and an address of its own per load takes more registers
-        // than the 32-bit build has (the empty asm keeps the compiler from
-        // turning the steps into offsets of their own).
+        // than the 32-bit build has.
         const float* further = at - 2 * stride;
         const __m128 c = _mm_setr_ps(at[0], at[-stride], further[0], further[-stride]);
         at = further - 2 * stride;
-        asm("" : "+r"(at));
+        simd::pinInRegister(at);
         return c;
     }
 }

@@ -20,6 +20,7 @@
 #include "simd/convert.h"
 #include "simd/lanes.h"
 #include "simd/ordered.h"
+#include "simd/registers.h"
 #include "simd/store.h"
 #include "simd/walk.h"
 
@@ -108,10 +109,9 @@ QX_INLINE bool stepsMatchElementOrder(const Raw* raw, const Out* out, uint32_t c
     else return to + uint64_t{count} * sizeof(Out) <= in || in + uint64_t{count} * sizeof(Raw) <= to;
 }
 
-// The whole steps from raw/out on, out of line so that only vector values
-// compete for the eight registers of the 32-bit build.
+// The whole steps from raw/out on.
 template <bool alignedStores, class Raw, class Out>
-[[gnu::noinline]] void scaleSteps(const Raw* raw, Out* out, uint32_t steps, Scaling<Work<Raw, Out>> k)
+QX_OUT_OF_LINE void scaleSteps(const Raw* raw, Out* out, uint32_t steps, Scaling<Work<Raw, Out>> k)
 {
     const ScalingLanes<Work<Raw, Out>> lanes(k);
     simd::forEachInOrder<4>(steps, [=](std::size_t s) {

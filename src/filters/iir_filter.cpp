@@ -21,6 +21,7 @@
 #include "qxcalc.h"
 #include "simd/aligned.h"
 #include "simd/ordered.h"
+#include "simd/registers.h"
 #include "simd/walk.h"
 
 namespace qx::filters {
@@ -89,7 +90,7 @@ QX_INLINE double secondOrderSection(IIRBlock* blocks, double u, double gain)
 // The general cascade, out of line so that the second-order one keeps the
 // export's frame small; its result comes back through memory, as a double
 // returned from a call on 32-bit builds would travel through the x87 stack.
-[[gnu::noinline]] void generalCascade(const IIRFilter& filter, int32_t sectionCount, double& u)
+QX_OUT_OF_LINE void generalCascade(const IIRFilter& filter, int32_t sectionCount, double& u)
 {
     const double* gains = filter.gains;
     IIRBlock* blocks = filter.sections;

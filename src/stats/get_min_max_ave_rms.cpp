@@ -16,6 +16,7 @@
 
 #include "qxcalc.h"
 #include "simd/masks.h"
+#include "simd/registers.h"
 #include "stats/int16_body.h"
 #include "stats/minmax.h"
 #include "stats/sums.h"
@@ -47,12 +48,10 @@ QX_INLINE void addAligned(SumLanes& lanes, typename Lanes<T>::Vec v, __m256d off
     else lanes.add(simd::widenInt16x8(v), offset);
 }
 
-// The aligned body of a double or int32_t block, out of line with its state
-// in locals, so that on 32-bit builds the minimum, maximum, both sum lanes and
-// the offsets stay in registers.
+// The aligned body of a double or int32_t block.
 template <class T>
-[[gnu::noinline]] void addAlignedBody(const T* first, uint32_t vectors, MinMaxVectors<T>& minMax, SumLanes& lanes,
-                                      __m256d offsets)
+QX_OUT_OF_LINE void addAlignedBody(const T* first, uint32_t vectors, MinMaxVectors<T>& minMax, SumLanes& lanes,
+                                    __m256d offsets)
 {
     MinMaxVectors<T> m = minMax;
     SumLanes l = lanes;

@@ -23,6 +23,7 @@
 #include <cstdint>
 
 #include "simd/convert.h"
+#include "simd/registers.h"
 #include "stats/minmax.h"
 #include "stats/sums.h"
 
@@ -63,12 +64,10 @@ struct ExactLanes {
 // The squares (up to 2^31, unsigned) are added as 64-bit pairs (low lane +
 // 2^32 * high lane) and the high lanes once more on their own, which recovers
 // both lanes exactly at the end without widening every vector. Seven vector
-// registers live (the shuffle pattern and the ones can be memory operands); kept
-// out of line because, inlined into the chunk walk, the 32-bit build's
-// register allocation spilled an accumulator to the stack.
+// registers live (the shuffle pattern and the ones can be memory operands).
 template <bool Copy>
-__attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vectors, int16_t* out, MinMaxVectors<int16_t>& minMax,
-                                 int32_t quarters)
+QX_OUT_OF_LINE ExactLanes chunkTotals(const int16_t* p, uint32_t vectors, int16_t* out, MinMaxVectors<int16_t>& minMax,
+                                      int32_t quarters)
 {
     const __m128i ones = _mm_set1_epi16(1);
     __m128i sums = _mm_setzero_si128(), squaresWide = sums, squaresHigh = sums;
@@ -106,28 +105,25 @@ __attribute__((noinline)) ExactLanes chunkTotals(const int16_t* p, uint32_t vect
     return t;
 }
 
-// The ordered chain over vectors [k, vectors), out of line with its state in
-// locals for the same reason as chunkTotals. With eight vector registers
-// (32-bit code) the minimum and maximum of each chunk are taken in a pass of
-// their own before its sums, so that the sum lanes, the offset and the
-// widened samples alone fill the registers; with sixteen one pass is faster.
+// The ordered chain over vectors [k, vectors). With kSeparateMinMax the
+// minimum and maximum of each chunk come from a pass of their own before its
+// sums.
 template <bool Copy>
-__attribute__((noinline)) void inOrderFrom(uint32_t k, const int16_t* first, uint32_t vectors, int16_t* out,
-                                           MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
+QX_OUT_OF_LINE void inOrderFrom(uint32_t k, const int16_t* first, uint32_t vectors, int16_t* out,
+                                MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
 {
-    constexpr bool separateMinMax = sizeof(void*) == 4;
     const __m256d offsets = _mm256_set1_pd(offset);
     MinMaxVectors<int16_t> m = minMax;
     SumLanes l = lanes;
     for (; k < vectors; k += kChunkVectors) {
         const uint32_t n = vectors - k < kChunkVectors ? vectors - k : kChunkVectors;
         const int16_t* p = first + k * L16::width;
-        if constexpr (separateMinMax)
+        if constexpr (simd::kSeparateMinMax)
             for (uint32_t j = 0; j < n; ++j) m.fold(L16::loadAssumedAligned(p + j * L16::width));
         simd::forEachInOrder<2>(n, [&](std::size_t j) {
             const __m128i v = L16::loadAssumedAligned(p + j * L16::width);
             if constexpr (Copy) _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (k + j) * L16::width), v);
-            if constexpr (!separateMinMax) m.fold(v);
+            if constexpr (!simd::kSeparateMinMax) m.fold(v);
             l.add(simd::widenInt16x8(v), offsets);
         });
     }

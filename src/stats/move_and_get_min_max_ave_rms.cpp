@@ -15,6 +15,7 @@
 #include <cstring>
 
 #include "qxcalc.h"
+#include "simd/registers.h"
 #include "stats/int16_body.h"
 #include "stats/minmax.h"
 #include "stats/sums.h"
@@ -86,24 +87,21 @@ QX_INLINE __m128i gatherEight(const int16_t*& p, std::ptrdiff_t stride)
 }
 
 // `groups` groups of eight samples gathered from p on and stored to the
-// aligned destination, out of line with the statistics in locals. With eight
-// vector registers (32-bit code) the minimum and maximum are taken afterwards
-// from the stored vectors, so that the sum lanes, the offset and the widened
-// samples alone fill the registers; with sixteen one pass is faster.
-[[gnu::noinline]] void gatherGroups(int16_t* destination, const int16_t* p, uint32_t groups, std::ptrdiff_t stride,
-                                    MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
+// aligned destination. With kSeparateMinMax the minimum and maximum are taken
+// afterwards from the stored vectors.
+QX_OUT_OF_LINE void gatherGroups(int16_t* destination, const int16_t* p, uint32_t groups, std::ptrdiff_t stride,
+                                 MinMaxVectors<int16_t>& minMax, SumLanes& lanes, float offset)
 {
-    constexpr bool separateMinMax = sizeof(void*) == 4;
     MinMaxVectors<int16_t> m = minMax;
     SumLanes l = lanes;
     const __m256d offsets = _mm256_set1_pd(offset);
     simd::forEachInOrder<2>(groups, [&](std::size_t k) {
         const __m128i v = gatherEight(p, stride);
         _mm_store_si128(reinterpret_cast<__m128i*>(destination + k * L16::width), v);
-        if constexpr (!separateMinMax) m.fold(v);
+        if constexpr (!simd::kSeparateMinMax) m.fold(v);
         l.add(simd::widenInt16x8(v), offsets);
     });
-    if constexpr (separateMinMax)
+    if constexpr (simd::kSeparateMinMax)
         for (uint32_t k = 0; k < groups; ++k) m.fold(L16::loadAssumedAligned(destination + k * L16::width));
     minMax = m;
     lanes = l;
