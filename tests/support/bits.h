@@ -52,7 +52,8 @@ std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
             }
         } else {
             v[i] = specials ? static_cast<T>(rng()) : static_cast<T>(static_cast<int>(rng() % 60001) - 30000);
-            if (specials && rng() % 16 == 0) v[i] = rng() % 2 ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
+            if (specials && rng() % 16 == 0)
+                v[i] = rng() % 2 ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
         }
     }
     return v;
