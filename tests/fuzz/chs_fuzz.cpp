@@ -21,19 +21,32 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::vector<float> samples, want;
     while (in.remaining_bytes() > 0) {
         float* out = nullptr;
-        uint32_t n = 0xA5A5A5A5u, action = in.ConsumeIntegralInRange(0, 15), count = in.ConsumeIntegralInRange(0u, length);
+        uint32_t n = 0xA5A5A5A5u;
+        const uint32_t action = in.ConsumeIntegralInRange(0, 15);
+        const uint32_t count = in.ConsumeIntegralInRange(0u, length);
         bool delivered = true;
         QxcalcStatus got, expected;
-        if (action == 0) got = qxcalcCHSInterpolator_Stop(h, &out, &n), expected = model.stop(want, delivered);
-        else if (action == 1) got = qxcalcCHSInterpolator_Reset(h), expected = QxcalcStatusOk, delivered = false, model.reset();
-        else {
+        if (action == 0) {
+            got = qxcalcCHSInterpolator_Stop(h, &out, &n);
+            expected = model.stop(want, delivered);
+        } else if (action == 1) {
+            got = qxcalcCHSInterpolator_Reset(h);
+            expected = QxcalcStatusOk;
+            delivered = false;
+            model.reset();
+        } else {
             samples.assign(count + 1, 0.0f);
             in.ConsumeData(samples.data(), 4 * count);
-            got = qxcalcCHSInterpolator_InterpolateValues(h, samples.data(), count, &out, &n), expected = model.feed(samples.data(), count, want);
+            got = qxcalcCHSInterpolator_InterpolateValues(h, samples.data(), count, &out, &n);
+            expected = model.feed(samples.data(), count, want);
         }
         if (got != expected || model.exceededCapacity()) __builtin_trap();
-        if (got != QxcalcStatusOk || !delivered) (out == nullptr && n == 0xA5A5A5A5u) ? void() : __builtin_trap();
-        else if (n != want.size() || (n > 0 && std::memcmp(out, want.data(), 4 * n) != 0)) __builtin_trap();
+        if (got != QxcalcStatusOk || !delivered) {
+            if (out != nullptr || n != 0xA5A5A5A5u) __builtin_trap();  // outputs written
+        } else if (n != want.size() || (n > 0 && std::memcmp(out, want.data(), 4 * n) != 0)) {
+            __builtin_trap();
+        }
     }
-    return qxcalcCHSInterpolator_Destroy(h) == QxcalcStatusOk ? 0 : (__builtin_trap(), 0);
+    if (qxcalcCHSInterpolator_Destroy(h) != QxcalcStatusOk) __builtin_trap();
+    return 0;
 }
