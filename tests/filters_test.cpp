@@ -75,8 +75,7 @@ TEST(IIRFilter, CascadesOfEveryKindAndOrderMatchTheModel)
                 IIRFilter f{kind, int32_t(n), order, 0, b.at<double>(1), b.at<IIRBlock>(0)};
                 double* trace = b.at<double>(2);
                 for (std::size_t j = 0, step = 1 + n * doubles; j < 64; ++j) {
-                    const double u =
-                        j == 9 ? 3e12 : j == 40 ? -3e12 : j == 20 ? -0.0 : double(j * 37 % 23) * 0.09 - 1;
+                    const double u = j == 9 ? 3e12 : j == 40 ? -3e12 : j == 20 ? -0.0 : double(j * 37 % 23) * 0.09 - 1;
                     if (order % 2 == 0) trace[j * step] = model ? modelIIR(f, u) : qxcalcIIRFilter_double(&f, u);
                     else trace[j * step] = model ? float(modelIIR(f, float(u))) : qxcalcIIRFilter_float(&f, float(u));
                     std::memcpy(trace + j * step + 1, f.sections, n * doubles * sizeof(double));

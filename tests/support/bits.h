@@ -12,8 +12,7 @@
 namespace qxtest {
 
 template <class T>
-using BitsOf = std::conditional_t<sizeof(T) == 8, uint64_t,
-                                  std::conditional_t<sizeof(T) == 4, uint32_t, uint16_t>>;
+using BitsOf = std::conditional_t<sizeof(T) == 8, uint64_t, std::conditional_t<sizeof(T) == 4, uint32_t, uint16_t>>;
 
 template <class T>
 BitsOf<T> bitsOf(T v)

@@ -17,8 +17,7 @@ namespace qxtest {
 
 bool sparseSweep()
 {
-    static const bool sparse =
-        std::getenv("QXTEST_SWEEP") && std::string(std::getenv("QXTEST_SWEEP")) == "sparse";
+    static const bool sparse = std::getenv("QXTEST_SWEEP") && std::string(std::getenv("QXTEST_SWEEP")) == "sparse";
     return sparse;
 }
 
