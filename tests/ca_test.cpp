@@ -21,6 +21,15 @@ void fillExact(std::byte* to, std::size_t n, DataSet, uint32_t seed)
     for (float* p = reinterpret_cast<float*>(to); n-- > 0;) *p++ = kValues[rng() % 10];
 }
 
+// Special values with every other sample a NaN of its own payload (signalling one time in two), so that the NaNs of
+// two buffers meet element by element, as random special values seldom make them.
+void fillNaNDense(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
+{
+    fillSamples<float>(to, n, set, seed);
+    for (std::size_t i = 0; set == DataSet::Specials && i < n; i += 2)
+        reinterpret_cast<float*>(to)[i] = nanWithPayload<float>(seed + static_cast<unsigned>(i), i % 4 == 2);
+}
+
 TEST(CAPositions, BothAxesMatchTheModelForEveryCountStartAndFence)
 {
     struct Axis {
@@ -113,10 +122,11 @@ TEST(CACycleMeans, OverallAndRunningMatchTheModelsInEveryCase)
                    modelOverall(b.at<float>(0), b.at<float>(1), n, cycles, b.at<float>(2));
                },
                countsAround({8}, 0, 300, {1000})});
-    const auto running = [](uint64_t cycles, uint32_t window) {
+    BlockSpec cycle = block<float>("cycle", Role::In), sum = block<float>("sum", Role::InOut);
+    cycle.fill = sum.fill = fillNaNDense;  // the sum's NaNs meet the cycle's
+    const auto running = [=](uint64_t cycles, uint32_t window) {
         sweep({"CARunningVal after " + std::to_string(cycles),
-               {block<float>("cycle", Role::In), fixedPlace(block<float>("leaving", Role::In)),
-                block<float>("sum", Role::InOut), fixedPlace(block<float>("mean", Role::Out))},
+               {cycle, fixedPlace(block<float>("leaving", Role::In)), sum, fixedPlace(block<float>("mean", Role::Out))},
                [=](const Blocks& b, uint32_t n) {
                    qxCalcCARunningVal(b.at<float>(0), b.at<float>(1), b.at<float>(2), b.at<float>(3), 7, 6 + n,
                                       cycles, window);
