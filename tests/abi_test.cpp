@@ -26,7 +26,12 @@ struct Controls {
 #if defined(__x86_64__) || defined(__i386__)
     uint32_t mxcsr;
     uint16_t cw;
-    static Controls read() { Controls c{_mm_getcsr(), 0}; asm volatile("fnstcw %0" : "=m"(c.cw)); return c; }
+    static Controls read()
+    {
+        Controls c{_mm_getcsr(), 0};
+        asm volatile("fnstcw %0" : "=m"(c.cw));
+        return c;
+    }
     void set() const
     {
         _mm_setcsr(mxcsr);
@@ -36,12 +41,19 @@ struct Controls {
     // and divide-by-zero exceptions unmasked; x87: 53-bit precision.
     static Controls of(uint32_t mode, bool flush, bool unmasked)
     {
-        return {(0x1F80u | mode << 13 | (flush ? 0x8040u : 0)) & ~(unmasked ? 0x0300u : 0), static_cast<uint16_t>(0x027F | mode << 10)};
+        const uint32_t csr = (0x1F80u | mode << 13 | (flush ? 0x8040u : 0)) & ~(unmasked ? 0x0300u : 0);
+        return {csr, static_cast<uint16_t>(0x027F | mode << 10)};
     }
-    bool operator==(const Controls& o) const { return (mxcsr & ~0x3Fu) == o.mxcsr && cw == o.cw; }  // sticky flags aside
+    // Equal but for the sticky exception flags.
+    bool operator==(const Controls& o) const { return (mxcsr & ~0x3Fu) == o.mxcsr && cw == o.cw; }
 #else
     uint64_t fpcr;
-    static Controls read() { Controls c; asm volatile("mrs %0, fpcr" : "=r"(c.fpcr)); return c; }
+    static Controls read()
+    {
+        Controls c;
+        asm volatile("mrs %0, fpcr" : "=r"(c.fpcr));
+        return c;
+    }
     void set() const { asm volatile("msr fpcr, %0" : : "r"(fpcr)); }
     static Controls of(uint32_t mode, bool flush, bool unmasked)
     {
@@ -68,23 +80,26 @@ TEST(FloatingPointEnvironment, EveryExportKeepsTheCallersControlSettings)
     ASSERT_EQ(exportTable().size(), 41u);
     for (const ExportRow& row : exportTable())
         for (uint32_t mode = 0; mode < 4; ++mode)
-            for (const auto& [flush, unmasked] : {std::pair{false, false}, {true, false}, {false, true}, {true, true}}) {
-                Scratch s;
-                unsigned char returned[8];
-                const Invocation inv = row.call(s);
-                const Controls saved = Controls::read();
-                Controls::of(mode, flush, unmasked).set();
-                const Controls caller = Controls::read();
-                inv.direct(returned);
-                const Controls after = Controls::read();
-                saved.set();
-                EXPECT_TRUE(after == caller) << row.name << " changed the floating-point controls beyond their sticky "
-                                             << "flags, rounding " << mode << ", flush " << flush << ", unmasked " << unmasked;
-            }
+            for (const bool flush : {false, true})
+                for (const bool unmasked : {false, true}) {
+                    Scratch s;
+                    unsigned char returned[8];
+                    const Invocation inv = row.call(s);
+                    const Controls saved = Controls::read();
+                    Controls::of(mode, flush, unmasked).set();
+                    const Controls caller = Controls::read();
+                    inv.direct(returned);
+                    const Controls after = Controls::read();
+                    saved.set();
+                    EXPECT_TRUE(after == caller) << row.name << " changed the floating-point controls beyond their "
+                                                 << "sticky flags, rounding " << mode << ", flush " << flush
+                                                 << ", unmasked " << unmasked;
+                }
 }
 
 // An IIR cascade of fewer than one section passes the sample through and reads nothing else; a cursor search
-// over no rows, or rows of no pixels, reads no pixel and keeps its outputs. (The interpolator and channels: own suites.)
+// over no rows, or rows of no pixels, reads no pixel and keeps its outputs. (The interpolator and channels: own
+// suites.)
 TEST(RefusedInput, ReadsAndWritesNothing)
 {
     for (const int32_t sections : {0, -1, INT32_MIN}) {
@@ -119,7 +134,8 @@ TEST(StdcallAbi, EveryExportPopsItsArgumentsAtAnyStackAlignment)
             const uint32_t adjust = (64 - misalign - 4 * count % 16) % 16;
             alignas(8) unsigned char result[8] = {};
             int32_t drift = -1;
-            qxtestCallStdcall(function, inv.words.data(), count, adjust, static_cast<uint32_t>(inv.result), result, &drift);
+            const auto kind = static_cast<uint32_t>(inv.result);
+            qxtestCallStdcall(function, inv.words.data(), count, adjust, kind, result, &drift);
             EXPECT_EQ(drift, 0) << row.name << " with the stack misaligned by " << misalign;
         }
     }

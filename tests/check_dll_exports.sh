@@ -16,7 +16,8 @@ base=$(sed -n 's/^Ordinal Base[[:space:]]*\([0-9][0-9]*\).*/\1/p' <<<"$table")
 [ "$base" = 1 ] || complain "ordinal base is '$base', not 1"
 
 # "[   k] name" rows of the name pointer table: k is the ordinal minus the base.
-rows=$(sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p' <<<"$table" | sed -n 's/^[[:space:]]*\[ *\([0-9]*\)\] \(.*\)$/\1 \2/p')
+rows=$(sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p' <<<"$table" |
+    sed -n 's/^[[:space:]]*\[ *\([0-9]*\)\] \(.*\)$/\1 \2/p')
 [ -n "$rows" ] || complain "no exported names found"
 names=$(cut -d' ' -f2 <<<"$rows")
 declared=$(grep -o 'QXCALC_CALL q[xX][cC]alc[A-Za-z0-9_]*' "$header" | cut -d' ' -f2 | sort -u)
@@ -41,7 +42,8 @@ if grep -q 'file format pei-x86-64' <<<"$table"; then
     imageBase=$((16#$(sed -n 's/^ImageBase[[:space:]]*//p' <<<"$table")))
     begins=$(sed -n '/^The Function Table/,/^$/s/^ [0-9a-f]*:[[:space:]]*\([0-9a-f]*\) .*/\1/p' <<<"$table")
     for rva in $(sed -n 's/.*\] \([0-9a-f]*\) Export RVA$/\1/p' <<<"$table"); do
-        grep -qx "$(printf '%016x' $((imageBase + 16#$rva)))" <<<"$begins" || complain "no unwind data for the export at $rva"
+        address=$(printf '%016x' $((imageBase + 16#$rva)))
+        grep -qx "$address" <<<"$begins" || complain "no unwind data for the export at $rva"
     done
     # Every function saves in its unwind data each callee-saved register it writes (rbx, rbp, rdi, rsi, r12-r15,
     # xmm6-xmm15): the host's values survive every call, and an unwind restores them.
@@ -56,7 +58,8 @@ if grep -q 'file format pei-x86-64' <<<"$table"; then
             sub(/.*%/, "", reg)
             if (reg ~ /^[xy]mm([6-9]|1[0-5])$/) reg = "xmm" substr(reg, 4)
             else if (reg ~ /^r1[2-5][dwb]?$/) reg = substr(reg, 1, 3)
-            else if (reg ~ /^[re]?(bx|bp|di|si)$|^(bl|bh|bpl|dil|sil)$/) reg = reg ~ /b[xlh]$/ ? "rbx" : reg ~ /bp/ ? "rbp" : reg ~ /di/ ? "rdi" : "rsi"
+            else if (reg ~ /^[re]?(bx|bp|di|si)$|^(bl|bh|bpl|dil|sil)$/)
+                reg = reg ~ /b[xlh]$/ ? "rbx" : reg ~ /bp/ ? "rbp" : reg ~ /di/ ? "rdi" : "rsi"
             else next
             addr = hex16(substr($1, 1, length($1) - 1))
             for (f = 1; f <= n && !(begin[f] <= addr && addr < end[f]); f++);
@@ -67,7 +70,8 @@ fi
 
 imports=$(sed -n 's/^[[:space:]]*DLL Name: //p' <<<"$table")
 echo "imports:" $imports
-others=$(grep -viE '^(kernel32|user32|advapi32|ntdll|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]*)\.dll$' <<<"$imports" || true)
+system='^(kernel32|user32|advapi32|ntdll|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]*)\.dll$'
+others=$(grep -viE "$system" <<<"$imports" || true)
 [ -z "$others" ] || complain "imports non-system DLLs:" $others
 
 exit $fail

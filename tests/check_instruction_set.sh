@@ -46,11 +46,16 @@ vperm2i128|vpmaskmov)|${tab}vbroadcasts[sd] +%xmm" <<<"$listing" |
     flag "legacy (non-VEX) SSE encodings" < <(grep -E "${tab}[a-uw-z][a-z0-9]* .*%xmm" <<<"$listing")
     vex=v aligned_register=ymm
 fi
-flag "x87 arithmetic" < <(grep -E "${tab}f(add|sub|subr|mul|div|divr|sqrt|sin|cos|prem|scale|ptan|patan|yl2x)[a-z]*[ ${tab}]" <<<"$listing")
-aligned=$("$objdump" -d -C --no-show-raw-insn "$library" | awk '/>:$/ { keep = /_aligned_output|scaleSteps<true/ } keep')
+flag "x87 arithmetic" < <(
+    grep -E "${tab}f(add|sub|subr|mul|div|divr|sqrt|sin|cos|prem|scale|ptan|patan|yl2x)[a-z]*[ ${tab}]" <<<"$listing")
+aligned=$("$objdump" -d -C --no-show-raw-insn "$library" |
+    awk '/>:$/ { keep = /_aligned_output|scaleSteps<true/ } keep')
 flag "unaligned vector stores in the aligned-output kernels" < <(
     grep -E "${tab}${vex}(movup[sd]|movdqu|mov[lh]p[sd]|extractf128) .*%[xy]mm[0-9]+,[^%]*\(" <<<"$aligned" |
         grep -vE '\(%[er](sp|bp)[,)]')  # the function's own stack frame
-grep -qE "${tab}${vex}movap[sd] +%${aligned_register}" <<<"$aligned" || { echo "FAIL: no aligned stores found in the aligned-output kernels"; fail=1; }
+if ! grep -qE "${tab}${vex}movap[sd] +%${aligned_register}" <<<"$aligned"; then
+    echo "FAIL: no aligned stores found in the aligned-output kernels"
+    fail=1
+fi
 echo "$(grep -c "$tab" <<<"$listing") instruction lines checked"
 exit $fail

@@ -54,7 +54,8 @@ Result call(CHSInterpolator* h, const float* samples = nullptr, uint32_t count =
         return got.untouched() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << "outputs written";
     if (buffer == nullptr) buffer = got.output;
     if (got.output != buffer) return ::testing::AssertionFailure() << "output buffer moved";
-    if (got.count != want.size()) return ::testing::AssertionFailure() << "count " << got.count << ", want " << want.size();
+    if (got.count != want.size())
+        return ::testing::AssertionFailure() << "count " << got.count << ", want " << want.size();
     const std::string difference = firstDifference("output", got.output, want.data(), got.count, sizeof(float));
     return difference.empty() ? ::testing::AssertionSuccess() : ::testing::AssertionFailure() << difference;
 }
@@ -93,7 +94,8 @@ void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, b
         } else {
             uint32_t count = 1 + rng() % (rng() % 4 ? maxBlock : std::min(maxBlock, 3u));
             if (controls && roll < 12) count = roll % 2 ? 0 : maxBlock + 1 + rng() % 3;
-            for (uint32_t k = 0; k < count && k < block.size(); ++k) block[k] = std::bit_cast<float>(randomSampleBits(rng, wild));
+            for (uint32_t k = 0; k < count && k < block.size(); ++k)
+                block[k] = std::bit_cast<float>(randomSampleBits(rng, wild));
             const Result got = call(lib.get(), block.data(), count);
             const QxcalcStatus status = model.feed(block.data(), count, want);
             ASSERT_TRUE(agrees(got, status, true, want, buffer)) << "InterpolateValues(" << count << "), call " << step;
@@ -108,13 +110,14 @@ void runAgainstModel(double in, double out, uint32_t length, uint64_t samples, b
 TEST(CHSInterpolator, RandomCallSequencesMatchTheModel)
 {
     uint32_t seed = 1;
-    for (const auto& [in, out] : {std::array<double, 2>{1, 1}, {7, 1}, {10, 3}, {10, 27}, {1, 11}, {3, 1}, {1, 3}, {5, 1},
-                                  {2, 1}, {1, 2}, {48000, 44100}, {44100, 48000}})  // identity, fractions, awkward ratios
+    // Identity, fractions, awkward ratios.
+    for (const auto& [in, out] : {std::array<double, 2>{1, 1}, {7, 1}, {10, 3}, {10, 27}, {1, 11}, {3, 1}, {1, 3},
+                                  {5, 1}, {2, 1}, {1, 2}, {48000, 44100}, {44100, 48000}})
         for (const uint32_t length : {4u, 8u, 16u, 64u, 1024u})
             for (const bool wild : {false, true}) runAgainstModel(in, out, length, 60000, true, wild, seed++);
-    std::mt19937 rng(99);  // random rate pairs within 1/7 .. 11
+    std::mt19937 rng(99);  // random rate pairs within 1/16 .. 16
     for (int k = 0; k < 100; ++k) {
-        const double in = 1000 + rng() % 100000, out = in * (1.0 / 7 + (rng() % 10000) * (11 - 1.0 / 7) / 10000);
+        const double in = 1000 + rng() % 100000, out = in * (1.0 / 16 + (rng() % 10000) * (16 - 1.0 / 16) / 10000);
         runAgainstModel(in, std::round(out), 4u << rng() % 8, 20000, true, k % 2 == 1, seed++);
     }
     seed = 500;  // million-sample streams wrap the ring many times
@@ -141,9 +144,11 @@ TEST(CHSInterpolator, CreateAndCallsRefuseInOrderAndChangeNothing)
     for (const double rate : {0.0, -0.0, -1.0, -inf, nan}) {  // a NaN rate is taken
         EXPECT_EQ(status(rate, 1, 8), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusOk) << rate;
         EXPECT_EQ(status(1, rate, 8), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusOk) << rate;
-        EXPECT_EQ(status(rate, 1, 3), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusBadBufferSize) << "rates first";
+        EXPECT_EQ(status(rate, 1, 3), rate == rate ? QxcalcStatusInvalidArgument : QxcalcStatusBadBufferSize)
+            << "rates first";
     }
-    for (const uint32_t bad : {0u, 1u, 3u, 6u, 0x80000001u, 0xFFFFFFFFu}) EXPECT_EQ(status(1, 1, bad), QxcalcStatusBadBufferSize) << bad;
+    for (const uint32_t bad : {0u, 1u, 3u, 6u, 0x80000001u, 0xFFFFFFFFu})
+        EXPECT_EQ(status(1, 1, bad), QxcalcStatusBadBufferSize) << bad;
     EXPECT_EQ(status(1, 1, 2), QxcalcStatusOk);
     const float samples[1] = {1};
     EXPECT_EQ(qxcalcCHSInterpolator_Destroy(nullptr), QxcalcStatusInvalidArgument);

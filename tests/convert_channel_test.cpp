@@ -30,7 +30,8 @@ void fillInt64(std::byte* to, std::size_t n, DataSet, uint32_t seed)
     std::mt19937_64 rng(seed);
     for (int64_t* p = reinterpret_cast<int64_t*>(to); n-- > 0;) {
         const unsigned s = rng() % 4 ? rng() % 26 : rng() % 38;
-        const int64_t x = (static_cast<int64_t>(rng() >> 40) << (s + 1)) + (int64_t{1} << s) + static_cast<int64_t>(rng() % 3) - 1;
+        const int64_t high = static_cast<int64_t>(rng() >> 40) << (s + 1);
+        const int64_t x = high + (int64_t{1} << s) + static_cast<int64_t>(rng() % 3) - 1;
         *p++ = rng() % 16 == 0 ? 0 : rng() % 2 ? x : -x;
     }
 }
@@ -39,19 +40,30 @@ template <class Raw, class Out, uint32_t code>
 void sweepChannel(bool aligned, bool inPlace, Out scale = Out(0.37), Out offset = Out(-1300.2))
 {
     const unsigned outAlign = aligned ? 32 : sizeof(Out);
-    std::vector<BlockSpec> blocks{block<Raw>("raw", inPlace ? Role::InOut : Role::In, inPlace ? outAlign : sizeof(Raw))};
+    const Role rawRole = inPlace ? Role::InOut : Role::In;
+    std::vector<BlockSpec> blocks{block<Raw>("raw", rawRole, inPlace ? outAlign : sizeof(Raw))};
     if (std::is_same_v<Raw, int64_t>) blocks[0].fill = fillInt64;
     if (!inPlace) blocks.push_back(block<Out>("output", Role::Out, outAlign));
-    const auto on = [](auto f) { return [=](const Blocks& b, uint32_t n) { f(b.at<Raw>(0), b.at<Out>(b.p.size() - 1), n); }; };
-    sweep({std::to_string(sizeof(Out)) + "-byte output from code " + std::to_string(code) + (aligned ? ", aligned" : "") +
-               (inPlace ? ", in place" : "") + (scale != scale ? ", NaN scale" : ""), blocks,
+    // f on the raw samples and the output (in place: the raw samples again).
+    const auto on = [](auto f) {
+        return [=](const Blocks& b, uint32_t n) { f(b.at<Raw>(0), b.at<Out>(b.p.size() - 1), n); };
+    };
+    const std::string name = std::to_string(sizeof(Out)) + "-byte output from code " + std::to_string(code) +
+                             (aligned ? ", aligned" : "") + (inPlace ? ", in place" : "") +
+                             (scale != scale ? ", NaN scale" : "");
+    sweep({name, blocks,
            on([=](const Raw* raw, Out* out, uint32_t n) { scaleChannel<Out>(raw, out, int32_t(n), scale, offset, code, aligned); }),
-           on([=](const Raw* raw, Out* out, uint32_t n) { for (uint32_t i = 0; i < n; ++i) out[i] = scaledValue(raw[i], scale, offset); }),
+           on([=](const Raw* raw, Out* out, uint32_t n) {
+               for (uint32_t i = 0; i < n; ++i) out[i] = scaledValue(raw[i], scale, offset);
+           }),
            kCounts});
 }
 
 template <class Raw, uint32_t code>
-struct Format { using R = Raw; static constexpr uint32_t kCode = code; };
+struct Format {
+    using R = Raw;
+    static constexpr uint32_t kCode = code;
+};
 template <class F>
 class ChannelTest : public ::testing::Test {};
 using RawFormats = ::testing::Types<Format<uint8_t, QxcalcRawUInt8>, Format<int8_t, QxcalcRawInt8>,
@@ -64,45 +76,63 @@ TYPED_TEST_SUITE(ChannelTest, RawFormats);
 TYPED_TEST(ChannelTest, EveryOutputKindFollowsTheRuleForEveryCountStartAndFence)
 {
     using Raw = typename TypeParam::R;
+    constexpr uint32_t code = TypeParam::kCode;
     for (const bool aligned : {false, true}) {
-        sweepChannel<Raw, float, TypeParam::kCode>(aligned, false), sweepChannel<Raw, double, TypeParam::kCode>(aligned, false);
+        sweepChannel<Raw, float, code>(aligned, false);
+        sweepChannel<Raw, double, code>(aligned, false);
         // NaN payloads meet in the order sample, scale, offset (a signalling one)
-        sweepChannel<Raw, float, TypeParam::kCode>(aligned, false, nanWithPayload<float>(0xA), nanWithPayload<float>(0xB, true));
-        sweepChannel<Raw, double, TypeParam::kCode>(aligned, false, nanWithPayload<double>(0xA), nanWithPayload<double>(0xB, true));
-        if constexpr (std::is_floating_point_v<Raw>) sweepChannel<Raw, Raw, TypeParam::kCode>(aligned, true);
-        if constexpr (std::is_same_v<Raw, int64_t>)  // a zero sample scales to +0 in every rounding mode
-            sweepChannel<Raw, float, TypeParam::kCode>(aligned, false, 0.37f, 0.0f), sweepChannel<Raw, double, TypeParam::kCode>(aligned, false, 0.37, 0.0);
+        sweepChannel<Raw, float, code>(aligned, false, nanWithPayload<float>(0xA), nanWithPayload<float>(0xB, true));
+        sweepChannel<Raw, double, code>(aligned, false, nanWithPayload<double>(0xA), nanWithPayload<double>(0xB, true));
+        if constexpr (std::is_floating_point_v<Raw>) sweepChannel<Raw, Raw, code>(aligned, true);
+        if constexpr (std::is_same_v<Raw, int64_t>) {  // a zero sample scales to +0 in every rounding mode
+            sweepChannel<Raw, float, code>(aligned, false, 0.37f, 0.0f);
+            sweepChannel<Raw, double, code>(aligned, false, 0.37, 0.0);
+        }
     }
 }
 
 TEST(ChannelWorkedValues, BadCallsWriteNothing)
 {
     alignas(32) const uint32_t raw[16] = {1, 2, 3};
-    for (const auto& [count, code] : {std::pair<int32_t, uint32_t>{-1, QxcalcRawFloat}, {INT32_MIN, QxcalcRawInt16}, {16, 9u}, {16, 0xFFFFFFFFu}})
+    const std::pair<int32_t, uint32_t> refused[] = {
+        {-1, QxcalcRawFloat}, {INT32_MIN, QxcalcRawInt16}, {16, 9u}, {16, 0xFFFFFFFFu}};
+    for (const auto& [count, code] : refused)
         for (const bool aligned : {false, true}) {
             alignas(32) float out[16] = {};
             alignas(32) double wide[16] = {};
             scaleChannel<float>(raw, out, count, 1.0f, 5.0f, code, aligned), scaleChannel<double>(raw, wide, count, 1.0, 5.0, code, aligned);
-            EXPECT_TRUE(std::count(out, out + 16, 0.0f) == 16 && std::count(wide, wide + 16, 0.0) == 16) << count << " " << code;
+            EXPECT_EQ(std::count(out, out + 16, 0.0f), 16) << count << " " << code;
+            EXPECT_EQ(std::count(wide, wide + 16, 0.0), 16) << count << " " << code;
         }
 }
 
 TEST(VectorArithmetic, ScalingWrappingAndSignExtensionForEveryCountStartFenceAndFactor)
 {
-    const auto scaleBy = [](auto multiply, auto factor) {  // 0: inf becomes NaN, -5 becomes -0; NaN: the factor's payload wins
+    // 0: inf becomes NaN, -5 becomes -0; NaN: the factor's payload wins.
+    const auto scaleBy = [](auto multiply, auto factor) {
         using T = decltype(factor);
-        sweep({"multiply by " + std::to_string(factor), {block<T>("samples", Role::InOut)}, [=](const Blocks& b, uint32_t n) { multiply(b.at<T>(0), n, factor); },
-               [=](const Blocks& b, uint32_t n) { for (uint32_t i = 0; i < n; ++i) b.at<T>(0)[i] = mulX86(factor, b.at<T>(0)[i]); }, kCounts});
+        sweep({"multiply by " + std::to_string(factor), {block<T>("samples", Role::InOut)},
+               [=](const Blocks& b, uint32_t n) { multiply(b.at<T>(0), n, factor); },
+               [=](const Blocks& b, uint32_t n) {
+                   for (uint32_t i = 0; i < n; ++i) b.at<T>(0)[i] = mulX86(factor, b.at<T>(0)[i]);
+               },
+               kCounts});
     };
-    for (const float factor : {1.7f, 0.0f, nanWithPayload<float>(0x2A)})
-        scaleBy(qxcalcMultiplyVectorByScalar_float, factor), scaleBy(qxcalcMultiplyVectorByScalar_double, double{factor});
-    const auto width = [](auto convert, auto from, auto to) {  // narrowing keeps the low 16 bits
-        using From = decltype(from); using To = decltype(to);
-        sweep({std::to_string(sizeof(From)) + " to " + std::to_string(sizeof(To)) + " bytes", {block<From>("source", Role::In), block<To>("destination", Role::Out)},
+    for (const float factor : {1.7f, 0.0f, nanWithPayload<float>(0x2A)}) {
+        scaleBy(qxcalcMultiplyVectorByScalar_float, factor);
+        scaleBy(qxcalcMultiplyVectorByScalar_double, double{factor});
+    }
+    // Narrowing keeps the low 16 bits.
+    const auto width = [](auto convert, auto from, auto to) {
+        using From = decltype(from);
+        using To = decltype(to);
+        sweep({std::to_string(sizeof(From)) + " to " + std::to_string(sizeof(To)) + " bytes",
+               {block<From>("source", Role::In), block<To>("destination", Role::Out)},
                [=](const Blocks& b, uint32_t n) { convert(b.at<From>(0), b.at<To>(1), n); },
                [](const Blocks& b, uint32_t n) { std::copy_n(b.at<From>(0), n, b.at<To>(1)); }, kCounts});
     };
-    width(qxcalcConvertInt32ToInt16, int32_t{}, int16_t{}), width(qxcalcConvertInt16ToInt32, int16_t{}, int32_t{});
+    width(qxcalcConvertInt32ToInt16, int32_t{}, int16_t{});
+    width(qxcalcConvertInt16ToInt32, int16_t{}, int32_t{});
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
+#include <tuple>
 #include <vector>
 
 #include "qxcalc.hpp"
@@ -27,13 +28,16 @@ TEST(CppLayer, BlockWrappersGiveTheBytesOfTheirExports)
     const std::vector<float> x = irregular(40), taps = irregular(80, 1.9f);
     const std::vector<double> xd(x.begin(), x.end());  // C call, then the C++ one, then both outputs compared
     std::vector<double> c(40), cpp(40), cs(40), cpps(40);
-    qxcalcCACalcAveFilter_double(xd.data(), c.data(), 5, 40), qxcalc::caCalcAveFilter(xd, cpp, 5);
-    qxcalcCACalcAveFilter_double_scalar(xd.data(), cs.data(), 7, 40), qxcalc::caCalcAveFilterScalar(xd, cpps, 7);
+    qxcalcCACalcAveFilter_double(xd.data(), c.data(), 5, 40);
+    qxcalc::caCalcAveFilter(xd, cpp, 5);
+    qxcalcCACalcAveFilter_double_scalar(xd.data(), cs.data(), 7, 40);
+    qxcalc::caCalcAveFilterScalar(xd, cpps, 7);
     EXPECT_EQ(bytes(c) + bytes(cs), bytes(cpp) + bytes(cpps));
     EXPECT_EQ(qxcalcCACalcFilter_float(&x[39], 40, taps.data(), 2), qxcalc::caCalcFilter(x, taps, 2));
     EXPECT_EQ(qxcalcFIRFilter_float(x.data(), taps.data(), 40, 3), qxcalc::firFilter(x, std::span(taps).first(40), 3));
     std::vector<int32_t> pc(80), pcpp(80);
-    qxcalcCAPV_lin(x.data(), 40, pc.data(), -20, 25, 1.5f, 2.0f), qxcalc::caPVLin(x, pcpp, -20, 25, 1.5f, 2.0f);
+    qxcalcCAPV_lin(x.data(), 40, pc.data(), -20, 25, 1.5f, 2.0f);
+    qxcalc::caPVLin(x, pcpp, -20, 25, 1.5f, 2.0f);
     qxcalcCAPV_log(x.data(), 40, &pc[40], -20, 900, 300.0f, 7.0f, 3.0f);
     qxcalc::caPVLog(x, std::span(pcpp).last(40), -20, 900, 300.0f, 7.0f, 3.0f);
     EXPECT_EQ(pc, pcpp);
@@ -71,16 +75,20 @@ TEST(CppLayer, RawFormatFollowsTheElementTypeAndStatusesAreErrorCodes)
         float outFloat = 0;
         qxcalc::channelGetScaledValuesAtPos(std::span(&minusOne, 1), std::span(&out, 1), 1.0, 0.0);
         qxcalc::channelGetScaledValuesAtPos(std::span(&minusOne, 1), std::span(&outFloat, 1), 1.0f, 0.0f);
-        EXPECT_EQ(std::pair(out, outFloat), std::pair(double(minusOne), float(minusOne))) << sizeof(minusOne) << " bytes";
+        EXPECT_EQ(std::pair(out, outFloat), std::pair(double(minusOne), float(minusOne)))
+            << sizeof(minusOne) << " bytes";
     };
-    readsAsItself(uint8_t(-1)), readsAsItself(int8_t(-1)), readsAsItself(int16_t(-1)), readsAsItself(uint16_t(-1)), readsAsItself(int32_t(-1));
-    readsAsItself(-1.0f), readsAsItself(int64_t(-1)), readsAsItself(-1.0), readsAsItself(uint32_t(-1));
+    std::apply([&](auto... minusOne) { (readsAsItself(minusOne), ...); },
+               std::tuple{uint8_t(-1), int8_t(-1), int16_t(-1), uint16_t(-1), int32_t(-1), -1.0f, int64_t(-1), -1.0,
+                          uint32_t(-1)});
     std::error_code error;
     EXPECT_TRUE(!qxcalc::Interpolator::create(1.0, 1.0, 6, error) && error == qxcalc::Status::badBufferSize);
-    EXPECT_TRUE(!qxcalc::Interpolator::create(0.0, 1.0, 8, error) && error == std::error_code(QxcalcStatusInvalidArgument, qxcalc::statusCategory()));
+    EXPECT_FALSE(qxcalc::Interpolator::create(0.0, 1.0, 8, error));
+    EXPECT_EQ(error, std::error_code(QxcalcStatusInvalidArgument, qxcalc::statusCategory()));
     std::set<std::string> texts;
     for (int code = 0; code < 5; ++code) texts.insert(qxcalc::statusCategory().message(code));
-    EXPECT_TRUE(texts.size() == 5 && std::none_of(texts.begin(), texts.end(), [](const std::string& t) { return t.find("unknown") != t.npos; }));
+    const auto unknown = [](const std::string& t) { return t.find("unknown") != t.npos; };
+    EXPECT_TRUE(texts.size() == 5 && std::none_of(texts.begin(), texts.end(), unknown));
     EXPECT_EQ(qxcalc::statusCategory().message(5), "unknown qxcalc status 5");
 }
 
@@ -125,7 +133,8 @@ TEST(CppLayer, InterpolatorSizedForItsLargestBlockGivesTheOutputsOfSmallBlocks)
     EXPECT_EQ(resample(62), resample(5));
 }
 
-// Each sample type: a short block with the lowest sample, one long enough for the vector path, a short one with the highest.
+// Each sample type: a short block with the lowest sample, one long enough for the vector path, a short one with the
+// highest.
 TEST(CppLayer, RunningStatisticsFormAverageAndRmsOverBlocksOfBothPaths)
 {
     const auto check = [](auto zero) {
@@ -137,9 +146,13 @@ TEST(CppLayer, RunningStatisticsFormAverageAndRmsOverBlocksOfBothPaths)
         for (const auto* block : {&first, &middle, &last}) stats.add(*block);
         EXPECT_EQ(std::tuple(stats.count(), stats.minimum(), stats.maximum()), std::tuple(16u, T(-20), T(30)));
         EXPECT_EQ(std::pair(stats.sum(), stats.sumOfSquares()), std::pair(39.0, 1745.0));  // squares of sample + 1
-        EXPECT_EQ(std::pair(stats.average(), stats.rms()), std::pair(39.0 / 16, std::sqrt(1745.0 / 16))) << sizeof(T) << " bytes";
+        EXPECT_EQ(std::pair(stats.average(), stats.rms()), std::pair(39.0 / 16, std::sqrt(1745.0 / 16)))
+            << sizeof(T) << " bytes";
     };
-    check(0.0f), check(0.0), check(int16_t{}), check(int32_t{});
+    check(0.0f);
+    check(0.0);
+    check(int16_t{});
+    check(int32_t{});
 }
 
-} // namespace
+}  // namespace

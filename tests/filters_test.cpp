@@ -17,7 +17,10 @@ double modelIIR(const IIRFilter& f, double u)
     const int n = second ? 2 : std::max(f.order, 0);
     for (int s = 0; s < f.sectionCount; ++s) {
         IIRBlock* B = f.sections + s * (n + 1);
-        for (int k = 0; k < n; ++k) B[k].x = B[k + 1].x, B[k].y = B[k + 1].y;
+        for (int k = 0; k < n; ++k) {
+            B[k].x = B[k + 1].x;
+            B[k].y = B[k + 1].y;
+        }
         B[n].x = mulX86(u, f.gains[s]);
         const auto bx = [&](int k) { return mulX86(B[k].b, B[k].x); };
         const auto ay = [&](int k) { return mulX86(B[k].a, B[k].y); };
@@ -39,12 +42,18 @@ float modelFIR(const float* h, const float* t, int length, int position)
         for (int i = 0; i < n; ++i) {
             float& to = i < n / 32 * 32 ? acc[i % 32 / 8][i % 8] : i < n / 8 * 8 ? V[i % 8] : S;
             to = addX86(to, mulX86(samples[i], taps[i]));
-            for (int l = 0; l < 8 && i + 1 == n / 32 * 32; ++l) V[l] = addX86(V[l], addX86(addX86(addX86(acc[0][l], acc[1][l]), acc[2][l]), acc[3][l]));
+            if (i + 1 != n / 32 * 32) continue;
+            for (int l = 0; l < 8; ++l)
+                V[l] = addX86(V[l], addX86(addX86(addX86(acc[0][l], acc[1][l]), acc[2][l]), acc[3][l]));
         }
     };
     const int m = length - position, peel = position < 8 ? position : (int)peelOf<32>(t + m);
-    run(h + position, t, m), run(h, t + m, peel), run(h + peel, t + m + peel, position - peel);
-    return addX86(addX86(addX86(addX86(V[0], V[1]), addX86(V[2], V[3])), addX86(addX86(V[4], V[5]), addX86(V[6], V[7]))), S);
+    run(h + position, t, m);
+    run(h, t + m, peel);
+    run(h + peel, t + m + peel, position - peel);
+    const float low = addX86(addX86(V[0], V[1]), addX86(V[2], V[3]));
+    const float high = addX86(addX86(V[4], V[5]), addX86(V[6], V[7]));
+    return addX86(addX86(low, high), S);
 }
 
 // History and b within +-1, a within +-0.02 (stable up to order 12); gains alike.
@@ -53,27 +62,33 @@ void fillSections(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
     fillSamples<double>(to, n, set, seed);
     for (std::size_t i = 0; i < n; ++i) reinterpret_cast<double*>(to)[i] *= i % 4 == 3 ? 2e-8 : 1e-6;
 }
-BlockSpec scaled(BlockSpec b) { return b.fill = &fillSections, b; }
 
 // 64 samples, two far beyond the limits and a -0, through 0..8 sections of each order (13: second-order;
 // odd: the float variant); the trace holds each output and the memory after it.
 TEST(IIRFilter, CascadesOfEveryKindAndOrderMatchTheModel)
 {
     for (int32_t order = -1; order <= 13 && !HasFailure(); ++order) {
-        const int32_t kind = order < 13 ? 0 : 3, doubles = 4 * (kind == 3 ? 3 : std::max(order, 0) + 1);
-        const auto stream = [&](bool model) { return [=](const Blocks& b, uint32_t n) {
-            IIRFilter f{kind, int32_t(n), order, 0, b.at<double>(1), b.at<IIRBlock>(0)};
-            for (std::size_t j = 0, step = 1 + n * doubles; j < 64; ++j) {
-                const double u = j == 9 ? 3e12 : j == 40 ? -3e12 : j == 20 ? -0.0 : double(j * 37 % 23) * 0.09 - 1;
-                b.at<double>(2)[j * step] = order % 2 ? (model ? float(modelIIR(f, float(u))) : qxcalcIIRFilter_float(&f, float(u)))
-                                                      : model ? modelIIR(f, u) : qxcalcIIRFilter_double(&f, u);
-                std::memcpy(b.at<double>(2) + j * step + 1, f.sections, n * doubles * sizeof(double));
-            }
-        }; };
-        sweep({"IIRFilter order " + std::to_string(order),
-               {scaled(block<double>("sections", Role::InOut, 16, [=](uint32_t n) { return n * doubles; })), scaled(block<double>("gains", Role::In)),
-                block<double>("trace", Role::Out, 32, [=](uint32_t n) { return 64 * (1 + n * doubles); })},
-               stream(false), stream(true), {0, 1, 2, 3, 4, 5, 6, 7, 8}});
+        const int32_t kind = order < 13 ? 0 : 3;
+        const int32_t doubles = 4 * (kind == 3 ? 3 : std::max(order, 0) + 1);  // per section
+        const auto stream = [&](bool model) {
+            return [=](const Blocks& b, uint32_t n) {
+                IIRFilter f{kind, int32_t(n), order, 0, b.at<double>(1), b.at<IIRBlock>(0)};
+                double* trace = b.at<double>(2);
+                for (std::size_t j = 0, step = 1 + n * doubles; j < 64; ++j) {
+                    const double u = j == 9 ? 3e12 : j == 40 ? -3e12 : j == 20 ? -0.0 : double(j * 37 % 23) * 0.09 - 1;
+                    if (order % 2 == 0) trace[j * step] = model ? modelIIR(f, u) : qxcalcIIRFilter_double(&f, u);
+                    else trace[j * step] = model ? float(modelIIR(f, float(u))) : qxcalcIIRFilter_float(&f, float(u));
+                    std::memcpy(trace + j * step + 1, f.sections, n * doubles * sizeof(double));
+                }
+            };
+        };
+        BlockSpec sections = block<double>("sections", Role::InOut, 16, [=](uint32_t n) { return n * doubles; });
+        BlockSpec gains = block<double>("gains", Role::In);
+        sections.fill = gains.fill = fillSections;
+        const BlockSpec trace =
+            block<double>("trace", Role::Out, 32, [=](uint32_t n) { return 64 * (1 + n * doubles); });
+        sweep({"IIRFilter order " + std::to_string(order), {sections, gains, trace}, stream(false), stream(true),
+               {0, 1, 2, 3, 4, 5, 6, 7, 8}});
     }
 }
 
@@ -91,10 +106,14 @@ TEST(PinkFilter, WorkedValuesAndTheOrderInWhichNaNsMeet)
 
 TEST(FIRFilter, EveryLengthPositionAndTapsOffsetMatchesTheModel)  // length 0 gives 0; taps at every offset mod 32
 {
-    const auto everyPosition = [](auto fir) { return [=](const Blocks& b, uint32_t n) {
-        for (uint32_t p = 0; p <= n; ++p) b.at<float>(2)[p] = fir(b.at<float>(0), b.at<float>(1), int32_t(n), int32_t(p));
-    }; };
-    sweep({"FIRFilter", {block<float>("history", Role::In, 16), block<float>("taps", Role::In), block<float>("y", Role::Out, 32, [](uint32_t n) { return n + 1; })},
+    const auto everyPosition = [](auto fir) {
+        return [=](const Blocks& b, uint32_t n) {
+            for (uint32_t p = 0; p <= n; ++p)
+                b.at<float>(2)[p] = fir(b.at<float>(0), b.at<float>(1), int32_t(n), int32_t(p));
+        };
+    };
+    const BlockSpec outputs = block<float>("y", Role::Out, 32, [](uint32_t n) { return n + 1; });
+    sweep({"FIRFilter", {block<float>("history", Role::In, 16), block<float>("taps", Role::In), outputs},
            everyPosition(qxcalcFIRFilter_float), everyPosition(modelFIR), countsAround({}, 0, 300, {512})});
 }
 

@@ -37,10 +37,14 @@ void fillZeros(std::byte* to, std::size_t n, DataSet set, uint32_t seed)
 template <class T>
 std::vector<BlockSpec> withState(std::vector<BlockSpec> b, bool zeros = false)
 {
-    b.insert(b.end(), {scalar<T>("min", Role::InOut, T(zeros ? 0 : -5)), scalar<T>("max", Role::InOut, T(zeros ? 0 : 5)),
-                       scalar<double>("sum", Role::InOut, 1234.5), scalar<double>("squares", Role::InOut, zeros ? -0.0 : 0.25)});
+    b.push_back(scalar<T>("min", Role::InOut, T(zeros ? 0 : -5)));
+    b.push_back(scalar<T>("max", Role::InOut, T(zeros ? 0 : 5)));
+    b.push_back(scalar<double>("sum", Role::InOut, 1234.5));
+    b.push_back(scalar<double>("squares", Role::InOut, zeros ? -0.0 : 0.25));
+    if (!zeros) return b;
     BlockSpec& sum = b[b.size() - 2];
-    if (zeros) sum.incoming = nullptr, sum.fill = [](std::byte* to, std::size_t, DataSet set, uint32_t) {
+    sum.incoming = nullptr;
+    sum.fill = [](std::byte* to, std::size_t, DataSet set, uint32_t) {
         const double v = set == DataSet::Plain ? -0.0 : nanWithPayload<double>(0xAAA);
         std::memcpy(to, &v, sizeof v);
     };
@@ -52,8 +56,10 @@ std::function<void(const Blocks&, uint32_t)> onState(std::size_t first, F f)
     return [=](const Blocks& b, uint32_t n) {
         StatsState<T> s{*b.at<T>(first), *b.at<T>(first + 1), *b.at<double>(first + 2), *b.at<double>(first + 3)};
         f(b, n, s);
-        *b.at<T>(first) = s.lo, *b.at<T>(first + 1) = s.hi;
-        *b.at<double>(first + 2) = s.sum, *b.at<double>(first + 3) = s.squares;
+        *b.at<T>(first) = s.lo;
+        *b.at<T>(first + 1) = s.hi;
+        *b.at<double>(first + 2) = s.sum;
+        *b.at<double>(first + 3) = s.squares;
     };
 }
 
@@ -96,7 +102,8 @@ TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
     const auto row = [](OffsetOf<T> offset, bool zeros) {
         BlockSpec samples = block<T>("samples", Role::In);
         if (zeros) samples.fill = fillZeros<T, 0>;
-        sweep({"GetMinMaxAveRMS offset " + std::to_string(offset) + (zeros ? ", zeros" : ""), withState<T>({samples}, zeros),
+        sweep({"GetMinMaxAveRMS offset " + std::to_string(offset) + (zeros ? ", zeros" : ""),
+               withState<T>({samples}, zeros),
                onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
                    api(T()).second(b.at<T>(0), n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
                }),
@@ -113,7 +120,8 @@ TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
 std::pair<ptrdiff_t, std::size_t> sourceReach(uint32_t n, int32_t stride)
 {
     if (n == 0) return {0, 0};
-    const ptrdiff_t last = n >= 8 && stride <= 1 ? static_cast<ptrdiff_t>(n) - 1 : static_cast<ptrdiff_t>(n - 1) * stride;
+    const ptrdiff_t last =
+        n >= 8 && stride <= 1 ? static_cast<ptrdiff_t>(n) - 1 : static_cast<ptrdiff_t>(n - 1) * stride;
     return {std::min<ptrdiff_t>(0, last), static_cast<std::size_t>(last < 0 ? -last : last) + 1};
 }
 
@@ -124,8 +132,11 @@ TEST(MoveAndStats, EveryPathStrideAndStartMatchesTheModel)
             const auto reach = [=](uint32_t n) { return sourceReach(n, stride).second; };
             const auto blocks = withState<int16_t>(
                 {block<int16_t>("source", Role::In, 2, reach), block<int16_t>("destination", Role::Out)});
-            const auto source = [=](const Blocks& b, uint32_t n) { return b.at<int16_t>(0) - sourceReach(n, stride).first; };
-            sweep({"MoveAndGetMinMaxAveRMS stride " + std::to_string(stride) + " offset " + std::to_string(offset), blocks,
+            const auto source = [=](const Blocks& b, uint32_t n) {
+                return b.at<int16_t>(0) - sourceReach(n, stride).first;
+            };
+            sweep({"MoveAndGetMinMaxAveRMS stride " + std::to_string(stride) + " offset " + std::to_string(offset),
+                   blocks,
                    onState<int16_t>(2, [=](const Blocks& b, uint32_t n, auto& s) {
                        qxcalcMoveAndGetMinMaxAveRMS_int16_t(b.at<int16_t>(1), source(b, n), n, &s.lo, &s.hi, &s.sum,
                                                             &s.squares, offset, stride);

@@ -26,12 +26,18 @@ void run(FuzzedDataProvider& in, uint32_t code, int32_t count, F plain, F aligne
     using Bits = std::conditional_t<sizeof(Out) == 4, uint32_t, uint64_t>;
     static constexpr std::size_t kRawBytes[] = {1, 1, 2, 2, 4, 4, 8, 8, 4};
     const std::size_t size = code < 9 ? kRawBytes[code] : 1, n = count > 0 ? count : 0;
-    const bool inPlace = (code == QxcalcRawFloat || code == QxcalcRawDouble) && size == sizeof(Out) && in.ConsumeBool(), toAligned = in.ConsumeBool();
-    const Out scale = std::bit_cast<Out>(in.ConsumeIntegral<Bits>()), offset = std::bit_cast<Out>(in.ConsumeIntegral<Bits>());
+    const bool floating = code == QxcalcRawFloat || code == QxcalcRawDouble;
+    const bool inPlace = floating && size == sizeof(Out) && in.ConsumeBool();
+    const bool toAligned = in.ConsumeBool();
+    const Out scale = std::bit_cast<Out>(in.ConsumeIntegral<Bits>());
+    const Out offset = std::bit_cast<Out>(in.ConsumeIntegral<Bits>());
     const auto out = exact(toAligned ? 0 : sizeof(Out) * in.ConsumeIntegralInRange(0, 7), n * sizeof(Out));
-    const auto rawStore = exact(size * in.ConsumeIntegralInRange<std::size_t>(0, 64 / size - 1), inPlace ? 0 : n * size);
+    const std::size_t rawMisalign = size * in.ConsumeIntegralInRange<std::size_t>(0, 64 / size - 1);
+    const auto rawStore = exact(rawMisalign, inPlace ? 0 : n * size);
     std::byte* raw = inPlace ? out.get() : rawStore.get();
-    std::memset(out.get(), 0xA5, n * sizeof(Out)), std::memset(raw, 0, n * size), in.ConsumeData(raw, n * size);
+    std::memset(out.get(), 0xA5, n * sizeof(Out));
+    std::memset(raw, 0, n * size);
+    in.ConsumeData(raw, n * size);
     std::vector<std::byte> want(out.get(), out.get() + n * sizeof(Out));
     const auto model = [&]<class Raw>(Raw x) {
         for (std::size_t i = 0; i < n; ++i) {
@@ -63,7 +69,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzedDataProvider in(data, size);
     const uint32_t code = in.ConsumeBool() ? in.ConsumeIntegralInRange(0u, 8u) : in.ConsumeIntegral<uint32_t>();
     const int32_t count = in.ConsumeIntegralInRange(-2, 700);
-    if (in.ConsumeBool()) run<float, ChannelScaleParams_float>(in, code, count, qxcalcChannelGetScaledValuesAtPos_float, qxcalcChannelGetScaledValuesAtPos_float_aligned_output);
-    else run<double, ChannelScaleParams_double>(in, code, count, qxcalcChannelGetScaledValuesAtPos_double, qxcalcChannelGetScaledValuesAtPos_double_aligned_output);
+    if (in.ConsumeBool())
+        run<float, ChannelScaleParams_float>(in, code, count, qxcalcChannelGetScaledValuesAtPos_float,
+                                             qxcalcChannelGetScaledValuesAtPos_float_aligned_output);
+    else
+        run<double, ChannelScaleParams_double>(in, code, count, qxcalcChannelGetScaledValuesAtPos_double,
+                                               qxcalcChannelGetScaledValuesAtPos_double_aligned_output);
     return 0;
 }

@@ -12,8 +12,7 @@
 namespace qxtest {
 
 template <class T>
-using BitsOf = std::conditional_t<sizeof(T) == 8, uint64_t,
-                                  std::conditional_t<sizeof(T) == 4, uint32_t, uint16_t>>;
+using BitsOf = std::conditional_t<sizeof(T) == 8, uint64_t, std::conditional_t<sizeof(T) == 4, uint32_t, uint16_t>>;
 
 template <class T>
 BitsOf<T> bitsOf(T v)
@@ -52,7 +51,8 @@ std::vector<T> randomSamples(std::size_t n, uint32_t seed, bool specials)
             }
         } else {
             v[i] = specials ? static_cast<T>(rng()) : static_cast<T>(static_cast<int>(rng() % 60001) - 30000);
-            if (specials && rng() % 16 == 0) v[i] = rng() % 2 ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
+            if (specials && rng() % 16 == 0)
+                v[i] = rng() % 2 ? std::numeric_limits<T>::lowest() : std::numeric_limits<T>::max();
         }
     }
     return v;

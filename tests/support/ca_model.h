@@ -36,10 +36,13 @@ constexpr float kRatioFloor = std::bit_cast<float>(0x3089705Fu);
 template <class Position>
 void modelAxis(const float* in, uint32_t n, int32_t* out, int32_t lo, int32_t hi, Position pos)
 {
-    const auto toInt = [](double r) { return r >= -2147483648.0 && r < 2147483648.0 ? static_cast<int32_t>(r) : INT32_MIN; };
+    const auto toInt = [](double r) {
+        return r >= -2147483648.0 && r < 2147483648.0 ? static_cast<int32_t>(r) : INT32_MIN;
+    };
     for (uint32_t i = 0; i < n; ++i) {
         const double v = pos(in[i], n >= 8);
-        out[i] = n >= 8 ? std::max(std::min(toInt(std::nearbyint(static_cast<float>(v))), hi), lo) : std::min(std::max(toInt(std::trunc(v < 0 ? v - 0.5 : v + 0.5)), lo), hi);
+        if (n >= 8) out[i] = std::max(std::min(toInt(std::nearbyint(static_cast<float>(v))), hi), lo);
+        else out[i] = std::min(std::max(toInt(std::trunc(v < 0 ? v - 0.5 : v + 0.5)), lo), hi);
     }
 }
 
@@ -48,15 +51,23 @@ void modelAxis(const float* in, uint32_t n, int32_t* out, int32_t lo, int32_t hi
 template <class T>
 float modelFilter(const T* oldest, uint32_t n, const float* c, std::ptrdiff_t stride)
 {
-    const auto product = [&](uint32_t j, bool kept) { const float x = static_cast<float>(oldest[j]); return mulX86(kept ? x : mulX86(x, 0.0f), c[static_cast<std::ptrdiff_t>(n - 1 - j) * stride]); };
+    const auto product = [&](uint32_t j, bool kept) {
+        const float x = static_cast<float>(oldest[j]);
+        return mulX86(kept ? x : mulX86(x, 0.0f), c[static_cast<std::ptrdiff_t>(n - 1 - j) * stride]);
+    };
     constexpr uint32_t W = sizeof(T) == 2 ? 8 : 4;
-    float sum = 0, lanes[4] = {0, 0, 0, 0};  // a block's samples outside [from, to) are multiplied by 0.0 first
-    for (uint32_t j = n; n < W && j-- > 0;) sum = j + 1 == n ? addX86(product(j, true), 0.0f) : addX86(sum, product(j, true));
-    if (n < W) return sum;
+    if (n < W) {
+        float sum = 0;
+        for (uint32_t j = n; j-- > 0;)
+            sum = j + 1 == n ? addX86(product(j, true), 0.0f) : addX86(sum, product(j, true));
+        return sum;
+    }
+    float lanes[4] = {0, 0, 0, 0};  // a block's samples outside [from, to) are multiplied by 0.0 first
     const auto addBlock = [&](uint32_t start, uint32_t from, uint32_t to) {
         for (uint32_t p = 0; p < W; ++p) lanes[p % 4] = addX86(lanes[p % 4], product(start + p, p >= from && p < to));
     };
-    uint32_t at = peelOf<16>(oldest) == 0 ? W : peelOf<16>(oldest);  // the head keeps the samples before a 16-byte boundary
+    // The head keeps the samples before a 16-byte boundary (a whole block when there is none).
+    uint32_t at = peelOf<16>(oldest) == 0 ? W : peelOf<16>(oldest);
     addBlock(0, 0, at);
     for (; at + W <= n; at += W) addBlock(at, 0, W);
     if (at < n) addBlock(n - W, W - (n - at), W);
@@ -67,7 +78,8 @@ float modelFilter(const T* oldest, uint32_t n, const float* c, std::ptrdiff_t st
 // running mean; the vector form, from 64 samples and windows up to n / 32, five segments from plain sums.
 inline void modelAverage(const double* in, double* out, uint16_t windowLength, uint32_t n, bool vectorForm)
 {
-    const uint32_t w = windowLength | 1u, half = w / 2, seg = (n + 4) / 5, segments = vectorForm && n >= 64 && windowLength <= n / 32 ? 5 : 1;
+    const uint32_t w = windowLength | 1u, half = w / 2, seg = (n + 4) / 5;
+    const uint32_t segments = vectorForm && n >= 64 && windowLength <= n / 32 ? 5 : 1;
     if (n < w) return;
     double m = 0;
     for (uint32_t k = 0; k < segments; ++k) {
@@ -77,7 +89,8 @@ inline void modelAverage(const double* in, double* out, uint16_t windowLength, u
         if (segments == 5) m /= w;
         if (k == 0) std::fill(out, out + half + 1, m);
         const uint32_t last = k + 1 < segments ? (k + 1) * seg + half : n - 1 - half;
-        for (uint32_t j = k * seg + half + 1; j <= last; ++j) out[j] = m = (addX86(m * w, in[j + half]) - in[j - half - 1]) / w;
+        for (uint32_t j = k * seg + half + 1; j <= last; ++j)
+            out[j] = m = (addX86(m * w, in[j + half]) - in[j - half - 1]) / w;
     }
     std::fill(out + n - 1 - half, out + n, m);
 }
@@ -88,8 +101,10 @@ inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_
     float lanes[8];
     std::fill(lanes, lanes + 8, std::bit_cast<float>(0x00800000u));
     const double nd = static_cast<double>(cycles);
-    for (uint32_t k = 0; k < n / 8 * 8; ++k)
-        overall[k] = static_cast<float>(addX86(overall[k] * nd, static_cast<double>(cycle[k])) / (nd + 1.0)), lanes[k % 8] = laneMax(lanes[k % 8], overall[k]);
+    for (uint32_t k = 0; k < n / 8 * 8; ++k) {
+        overall[k] = static_cast<float>(addX86(overall[k] * nd, static_cast<double>(cycle[k])) / (nd + 1.0));
+        lanes[k % 8] = laneMax(lanes[k % 8], overall[k]);
+    }
     *maxValue = reduceHalving(lanes, 8, laneMax<float>);
     for (uint32_t k = n / 8 * 8; k < n; ++k) {
         overall[k] = addX86(static_cast<float>(cycles) * overall[k], cycle[k]) / static_cast<float>(cycles + 1);
@@ -97,12 +112,18 @@ inline void modelOverall(const float* cycle, float* overall, uint32_t n, uint64_
     }
 }
 
-inline void modelRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n, uint64_t cycles, uint32_t window)
+// The running mean: the first cycle copied; then the sum grows by each cycle, and from `window` cycles on the
+// leaving cycle is taken off (whole vectors of 8 add first, the rest subtracts first).
+inline void modelRunning(const float* cycle, const float* leaving, float* sum, float* mean, uint32_t n,
+                         uint64_t cycles, uint32_t window)
 {
     for (uint32_t k = 0; k < n; ++k) {
-        if (cycles == 0) sum[k] = mean[k] = cycle[k];
-        else if (cycles < window) sum[k] = addX86(sum[k], cycle[k]), mean[k] = sum[k] / (static_cast<float>(cycles) + 1.0f);
-        else sum[k] = k < n / 8 * 8 ? addX86(sum[k], cycle[k]) - leaving[k] : addX86(cycle[k] - leaving[k], sum[k]), mean[k] = sum[k] / static_cast<float>(window);
+        if (cycles == 0) sum[k] = cycle[k];
+        else if (cycles < window) sum[k] = addX86(sum[k], cycle[k]);
+        else if (k < n / 8 * 8) sum[k] = addX86(sum[k], cycle[k]) - leaving[k];
+        else sum[k] = addX86(cycle[k] - leaving[k], sum[k]);
+        if (cycles == 0) mean[k] = cycle[k];
+        else mean[k] = sum[k] / (cycles < window ? static_cast<float>(cycles) + 1.0f : static_cast<float>(window));
     }
 }
 

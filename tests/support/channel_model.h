@@ -20,7 +20,8 @@ template <class Out, class Raw>
 template <class Out, class Raw>
 Out scaledValue(Raw x, Out scale, Out offset)
 {
-    if constexpr (std::is_same_v<Raw, double>) return static_cast<Out>(addX86(mulX86(x, double{scale}), double{offset}));
+    if constexpr (std::is_same_v<Raw, double>)
+        return static_cast<Out>(addX86(mulX86(x, double{scale}), double{offset}));
     else if constexpr (std::is_integral_v<Raw>) return addX86(mulX86(roundedOnce<Out>(x), scale), offset);
     else return addX86(mulX86(static_cast<Out>(x), scale), offset);
 }

@@ -35,7 +35,11 @@ public:
         ++written_;
         return step(out);
     }
-    void reset() { written_ = produced_ = 0, stopped_ = false; }
+    void reset()
+    {
+        written_ = produced_ = 0;
+        stopped_ = false;
+    }
     bool stopped() const { return stopped_; }
     bool exceededCapacity() const { return exceededCapacity_; }
 

@@ -29,7 +29,8 @@ GuardedArena::GuardedArena(std::size_t bytes)
     const std::size_t usable = (bytes + page - 1) / page * page;
     mappingBytes_ = usable + 2 * page;
     void* m = mmap(nullptr, mappingBytes_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (m == MAP_FAILED || mprotect(static_cast<std::byte*>(m) + page, usable, PROT_READ | PROT_WRITE) != 0) std::abort();
+    if (m == MAP_FAILED || mprotect(static_cast<std::byte*>(m) + page, usable, PROT_READ | PROT_WRITE) != 0)
+        std::abort();
 #endif
     mapping_ = static_cast<std::byte*>(m);
     begin_ = mapping_ + page;
@@ -51,12 +52,15 @@ std::byte* GuardedArena::placeAgainstEnd(std::size_t bytes, unsigned misalign) c
 void GuardedArena::poisonAround(const std::byte* block, std::size_t bytes, const void* a, const void* b,
                                 std::size_t elementBytes, std::size_t apron)
 {
-    std::byte* lo = block - begin_ < static_cast<std::ptrdiff_t>(apron) ? begin_ : const_cast<std::byte*>(block) - apron;
-    std::byte* hi = end_ - (block + bytes) < static_cast<std::ptrdiff_t>(apron) ? end_ : const_cast<std::byte*>(block) + bytes + apron;
+    std::byte* const start = const_cast<std::byte*>(block);
+    std::byte* const end = start + bytes;
+    std::byte* lo = start - begin_ < static_cast<std::ptrdiff_t>(apron) ? begin_ : start - apron;
+    std::byte* hi = end_ - end < static_cast<std::ptrdiff_t>(apron) ? end_ : end + apron;
     regions_.clear();
-    for (auto [from, to] : {std::pair{lo, const_cast<std::byte*>(block)}, {const_cast<std::byte*>(block) + bytes, hi}}) {
+    for (auto [from, to] : {std::pair{lo, start}, {end, hi}}) {
         std::size_t i = 0;
-        for (std::byte* p = from; p + elementBytes <= to; p += elementBytes, ++i) std::memcpy(p, i % 2 ? b : a, elementBytes);
+        for (std::byte* p = from; p + elementBytes <= to; p += elementBytes, ++i)
+            std::memcpy(p, i % 2 ? b : a, elementBytes);
         regions_.push_back({from, std::vector<std::byte>(from, to)});
     }
 }

@@ -47,7 +47,10 @@ void vectorMinMax(const T* p, uint32_t n, T& outLo, T& outHi)
     const uint32_t peel = peelOf<StatsGeometry<T>::alignment>(p);
     for (uint32_t b = 0; b <= (n - peel) / L; ++b) {
         const T* v = b < (n - peel) / L ? p + peel + b * L : p + n - L;
-        for (unsigned i = 0; i < L; ++i) lo[i] = laneMin(lo[i], v[i]), hi[i] = laneMax(hi[i], v[i]);
+        for (unsigned i = 0; i < L; ++i) {
+            lo[i] = laneMin(lo[i], v[i]);
+            hi[i] = laneMax(hi[i], v[i]);
+        }
     }
     outLo = reduceHalving(lo, L, laneMin<T>);
     outHi = reduceHalving(hi, L, laneMax<T>);
@@ -96,7 +99,8 @@ void vectorSums(const T* p, uint32_t n, uint32_t head, OffsetOf<T> offset, Stats
     constexpr unsigned L = StatsGeometry<T>::lanes;
     constexpr bool masked = std::is_same_v<T, float>;
     LaneSums lanes;
-    if (masked) head = head ? head : L, lanes.add(p, offset, 0, head);
+    if (masked && head == 0) head = L;  // an aligned start: the first vector, unmasked
+    if (masked) lanes.add(p, offset, 0, head);
     else scalarSums(p, head, offset, s);
     uint32_t i = head;
     for (; i + L <= n; i += L) lanes.add(p + i, offset);
@@ -110,9 +114,13 @@ template <class T>
 void modelMinMaxAveRms(const T* p, uint32_t n, OffsetOf<T> offset, StatsState<T>& s)
 {
     if (n == 0) return;
-    if (n < StatsGeometry<T>::lanes) return runningMinMax(p, n, s.lo, s.hi), scalarSums(p, n, offset, s);
-    vectorMinMax(p, n, s.lo, s.hi);
-    vectorSums(p, n, peelOf<StatsGeometry<T>::alignment>(p), offset, s);
+    if (n < StatsGeometry<T>::lanes) {
+        runningMinMax(p, n, s.lo, s.hi);
+        scalarSums(p, n, offset, s);
+    } else {
+        vectorMinMax(p, n, s.lo, s.hi);
+        vectorSums(p, n, peelOf<StatsGeometry<T>::alignment>(p), offset, s);
+    }
 }
 
 // qxcalcMoveAndGetMinMaxAveRMS_int16_t: from 8 samples on, strides <= 1 read the source contiguously as that

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <iomanip>
 #include <memory>
 #include <set>
 #include <sstream>
@@ -36,8 +37,8 @@ namespace {
 std::string hexBytes(const std::byte* p, std::size_t n)
 {
     std::ostringstream s;
-    s << "0x" << std::hex;
-    for (std::size_t i = n; i-- > 0;) s << (std::to_integer<unsigned>(p[i]) >> 4) << (std::to_integer<unsigned>(p[i]) & 15);
+    s << "0x" << std::hex << std::setfill('0');
+    for (std::size_t i = n; i-- > 0;) s << std::setw(2) << std::to_integer<unsigned>(p[i]);
     return s.str();
 }
 
@@ -66,16 +67,20 @@ void sweep(const SweepRow& row)
     const std::size_t nBlocks = row.blocks.size();
     const uint32_t maxCount = *std::max_element(row.counts.begin(), row.counts.end());
     std::vector<std::unique_ptr<GuardedArena>> arenas, modelArenas;  // the model's copies sit at the same page offsets
-    for (const BlockSpec& b : row.blocks)
-        for (auto* a : {&arenas, &modelArenas}) a->push_back(std::make_unique<GuardedArena>(b.elements(maxCount) * b.elementBytes + 64));
+    for (const BlockSpec& b : row.blocks) {
+        const std::size_t bytes = b.elements(maxCount) * b.elementBytes + 64;
+        arenas.push_back(std::make_unique<GuardedArena>(bytes));
+        modelArenas.push_back(std::make_unique<GuardedArena>(bytes));
+    }
 
     for (const DataSet set : row.dataSets) {
         std::vector<std::vector<std::byte>> sources;
         for (std::size_t i = 0; i < nBlocks; ++i) {
             const BlockSpec& b = row.blocks[i];
             sources.emplace_back(b.elements(maxCount) * b.elementBytes);
-            b.fill(sources.back().data(), b.elements(maxCount), set,
-                   static_cast<uint32_t>(std::hash<std::string>{}(row.name) + 7 * i + 101 * int(set)));  // per row, block and set
+            // A seed of its own per row, block and data set.
+            const auto seed = static_cast<uint32_t>(std::hash<std::string>{}(row.name) + 7 * i + 101 * int(set));
+            b.fill(sources.back().data(), b.elements(maxCount), set, seed);
         }
         for (const uint32_t n : row.counts) {
             // Start offsets of the swept buffers, counted as a mixed-radix number.
@@ -92,14 +97,19 @@ void sweep(const SweepRow& row)
                         const std::size_t bytes = b.elements(n) * b.elementBytes;
                         const bool atEnd = !b.swept || ((i % 2 == 0) == trailingFirst);
                         const unsigned misalign = start[i] * b.alignment;
-                        std::byte* p = atEnd ? arenas[i]->placeAgainstEnd(bytes, misalign) : arenas[i]->placeAgainstStart(misalign);
-                        std::byte* m = atEnd ? modelArenas[i]->placeAgainstEnd(bytes, misalign) : modelArenas[i]->placeAgainstStart(misalign);
+                        const auto place = [&](const GuardedArena& a) {
+                            return atEnd ? a.placeAgainstEnd(bytes, misalign) : a.placeAgainstStart(misalign);
+                        };
+                        std::byte* p = place(*arenas[i]);
+                        std::byte* m = place(*modelArenas[i]);
                         if (b.incoming) b.incoming(p);
                         else std::memcpy(p, sources[i].data(), bytes);
                         arenas[i]->poisonAround(p, bytes, b.poison[0], b.poison[1], b.elementBytes);
                         call.p.push_back(p);
                         model.p.push_back(static_cast<std::byte*>(std::memcpy(m, p, bytes)));
-                        if (b.swept) where << " `" << b.name << "` at +" << misalign << (atEnd ? " by the end fence" : " by the start fence") << ";";
+                        if (b.swept)
+                            where << " `" << b.name << "` at +" << misalign
+                                  << (atEnd ? " by the end fence" : " by the start fence") << ";";
                     }
                     row.model(model, n);
                     const bool clean = runWithoutFault([&] { row.call(call, n); });

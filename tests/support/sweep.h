@@ -53,12 +53,18 @@ BlockSpec block(std::string name, Role role, unsigned alignment = sizeof(T),
     return b;
 }
 
+// The block at one fixed placement instead of every start offset and both fences.
+inline BlockSpec fixedPlace(BlockSpec b)
+{
+    b.swept = false;
+    return b;
+}
+
 // One value the export reads and/or writes (a running minimum, a sum).
 template <class T>
 BlockSpec scalar(std::string name, Role role, T incoming)
 {
-    BlockSpec b = block<T>(std::move(name), role, sizeof(T), [](uint32_t) { return std::size_t{1}; });
-    b.swept = false;
+    BlockSpec b = fixedPlace(block<T>(std::move(name), role, sizeof(T), [](uint32_t) { return std::size_t{1}; }));
     b.incoming = [incoming](std::byte* to) { std::memcpy(to, &incoming, sizeof(T)); };
     return b;
 }
@@ -87,7 +93,8 @@ bool sparseSweep();
 
 // first..denseUpTo (sparser under QXTEST_SWEEP=sparse), every count within 64 of each threshold, and `large`.
 std::vector<uint32_t> countsAround(std::initializer_list<uint32_t> thresholds, uint32_t first = 0,
-                                   uint32_t denseUpTo = 300, std::initializer_list<uint32_t> large = {1000, 4099, 10000});
+                                   uint32_t denseUpTo = 300,
+                                   std::initializer_list<uint32_t> large = {1000, 4099, 10000});
 
 // "" when `elements` elements agree bit for bit, else the first that differs.
 std::string firstDifference(const std::string& name, const void* got, const void* want, std::size_t elements,
