@@ -1,7 +1,7 @@
 // Filters swept against scalar models (every output and the section memory after it); the pink filter by values.
 #include <gtest/gtest.h>
 #include <algorithm>
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 #include "support/lane_model.h"
 #include "support/sweep.h"
 
@@ -63,10 +63,12 @@ TEST(IIRFilter, CascadesOfEveryKindAndOrderMatchTheModel)
         const int32_t kind = order < 13 ? 0 : 3, doubles = 4 * (kind == 3 ? 3 : std::max(order, 0) + 1);
         const auto stream = [&](bool model) { return [=](const Blocks& b, uint32_t n) {
             IIRFilter f{kind, int32_t(n), order, 0, b.at<double>(1), b.at<IIRBlock>(0)};
+            const auto filter = [&](auto u) {
+                return model ? decltype(u)(modelIIR(f, u)) : qxcalc::Exports<decltype(u)>::iirFilter(&f, u);
+            };
             for (std::size_t j = 0, step = 1 + n * doubles; j < 64; ++j) {
                 const double u = j == 9 ? 3e12 : j == 40 ? -3e12 : j == 20 ? -0.0 : double(j * 37 % 23) * 0.09 - 1;
-                b.at<double>(2)[j * step] = order % 2 ? (model ? float(modelIIR(f, float(u))) : qxcalcIIRFilter_float(&f, float(u)))
-                                                      : model ? modelIIR(f, u) : qxcalcIIRFilter_double(&f, u);
+                b.at<double>(2)[j * step] = order % 2 ? filter(float(u)) : filter(u);
                 std::memcpy(b.at<double>(2) + j * step + 1, f.sections, n * doubles * sizeof(double));
             }
         }; };

@@ -6,9 +6,10 @@
 #include <bit>
 #include <cstring>
 #include <memory>
+#include <tuple>
 #include <vector>
 
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 #include "support/channel_model.h"
 
 namespace {
@@ -20,8 +21,8 @@ std::shared_ptr<std::byte> exact(std::size_t misalign, std::size_t bytes)
     return {base + misalign, [base](std::byte*) { operator delete(base, std::align_val_t{64}); }};
 }
 
-template <class Out, class Params, class F>
-void run(FuzzedDataProvider& in, uint32_t code, int32_t count, F plain, F aligned)
+template <class Out>
+void run(FuzzedDataProvider& in, uint32_t code, int32_t count)
 {
     using Bits = std::conditional_t<sizeof(Out) == 4, uint32_t, uint64_t>;
     static constexpr std::size_t kRawBytes[] = {1, 1, 2, 2, 4, 4, 8, 8, 4};
@@ -40,19 +41,13 @@ void run(FuzzedDataProvider& in, uint32_t code, int32_t count, F plain, F aligne
             std::memcpy(&want[i * sizeof y], &y, sizeof y);
         }
     };
-    switch (code) {
-    case QxcalcRawUInt8: model(uint8_t{}); break;
-    case QxcalcRawInt8: model(int8_t{}); break;
-    case QxcalcRawInt16: model(int16_t{}); break;
-    case QxcalcRawUInt16: model(uint16_t{}); break;
-    case QxcalcRawInt32: model(int32_t{}); break;
-    case QxcalcRawFloat: model(float{}); break;
-    case QxcalcRawInt64: model(int64_t{}); break;
-    case QxcalcRawDouble: model(double{}); break;
-    case QxcalcRawUInt32: model(uint32_t{}); break;
-    }
-    const Params p{raw, reinterpret_cast<Out*>(out.get()), scale, offset, count, code};
-    (toAligned ? aligned : plain)(&p);
+    const auto modelCode = [&](auto... raw) {
+        ((static_cast<uint32_t>(qxcalc::rawSampleTypeOf<decltype(raw)>()) == code && (model(raw), true)) || ...);
+    };
+    std::apply(modelCode, std::tuple<uint8_t, int8_t, int16_t, uint16_t, int32_t, float, int64_t, double, uint32_t>{});
+    using Exports = qxcalc::Exports<Out>;
+    const typename Exports::ChannelScaleParams p{raw, reinterpret_cast<Out*>(out.get()), scale, offset, count, code};
+    (toAligned ? Exports::channelGetScaledValuesAtPosAlignedOutput : Exports::channelGetScaledValuesAtPos)(&p);
     if (n > 0 && std::memcmp(out.get(), want.data(), want.size()) != 0) __builtin_trap();
 }
 
@@ -63,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     FuzzedDataProvider in(data, size);
     const uint32_t code = in.ConsumeBool() ? in.ConsumeIntegralInRange(0u, 8u) : in.ConsumeIntegral<uint32_t>();
     const int32_t count = in.ConsumeIntegralInRange(-2, 700);
-    if (in.ConsumeBool()) run<float, ChannelScaleParams_float>(in, code, count, qxcalcChannelGetScaledValuesAtPos_float, qxcalcChannelGetScaledValuesAtPos_float_aligned_output);
-    else run<double, ChannelScaleParams_double>(in, code, count, qxcalcChannelGetScaledValuesAtPos_double, qxcalcChannelGetScaledValuesAtPos_double_aligned_output);
+    if (in.ConsumeBool()) run<float>(in, code, count);
+    else run<double>(in, code, count);
     return 0;
 }
