@@ -42,7 +42,7 @@ void run(FuzzedDataProvider& in, uint32_t code, int32_t count)
         }
     };
     const auto modelCode = [&](auto... raw) {
-        ((static_cast<uint32_t>(qxcalc::rawSampleTypeOf<decltype(raw)>()) == code && (model(raw), true)) || ...);
+        ((static_cast<uint32_t>(qxcalc::rawSampleTypeOf<decltype(raw)>()) == code ? model(raw) : void()), ...);
     };
     std::apply(modelCode, std::tuple<uint8_t, int8_t, int16_t, uint16_t, int32_t, float, int64_t, double, uint32_t>{});
     using Exports = qxcalc::Exports<Out>;
