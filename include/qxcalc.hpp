@@ -113,20 +113,99 @@ enum class RawSampleType : uint32_t {
     UInt32 = QxcalcRawUInt32
 };
 
+/* ---- The exports of each sample type ----------------------------------------
+ * Exports<T> is the one map from a C++ sample type T to the C exports: T's code
+ * as a raw channel format and, for each family that has one export per sample
+ * type, the export that works on T, as a pointer of the export's own type. A
+ * family without an export for T is no member of Exports<T>, so its use does
+ * not compile. The typed wrappers below call through it, and so may a host's
+ * code that is generic over the sample type:
+ *     qxcalc::Exports<T>::getMinMax(samples, count, &minValue, &maxValue);
+ *
+ * Member                           What it is, for which T
+ * rawSampleType                    T's code as a raw channel format: the nine formats
+ * getMinMax, getMinMaxAveRMS       block statistics of T samples: int16_t, int32_t, float, double
+ * StatisticsOffset                 the type of getMinMaxAveRMS's offset: float for int16_t and float
+ * multiplyVectorByScalar           T samples times a T factor: float, double
+ * iirFilter                        one T sample through an IIR cascade: float, double
+ * channelGetScaledValuesAtPos      raw samples of any format scaled into T values: float, double;
+ * ...AlignedOutput                 the same into an output that starts on 32 bytes;
+ * ChannelScaleParams               the record both read
+ * caCalcFilter                     the CA dot-product filter over T samples: int16_t, int32_t, float
+ * convertWidth                     T integers to the other width: int16_t widened, int32_t narrowed
+ * caConvertInplace                 T values to the other precision in their own buffer: float widened,
+ *                                  double narrowed
+ */
+
+namespace detail {
+template <RawSampleType code>
+struct RawFormat {
+    static constexpr RawSampleType rawSampleType = code;
+};
+} // namespace detail
+
+template <class T>
+struct Exports {}; // not a sample type of the library
+
+template <> struct Exports<uint8_t> : detail::RawFormat<RawSampleType::UInt8> {};
+template <> struct Exports<int8_t> : detail::RawFormat<RawSampleType::Int8> {};
+template <> struct Exports<uint16_t> : detail::RawFormat<RawSampleType::UInt16> {};
+template <> struct Exports<int64_t> : detail::RawFormat<RawSampleType::Int64> {};
+template <> struct Exports<uint32_t> : detail::RawFormat<RawSampleType::UInt32> {};
+
+template <>
+struct Exports<int16_t> : detail::RawFormat<RawSampleType::Int16> {
+    static constexpr auto getMinMax = qxcalcGetMinMax_int16_t;
+    static constexpr auto getMinMaxAveRMS = qxcalcGetMinMaxAveRMS_int16_t;
+    using StatisticsOffset = float;
+    static constexpr auto caCalcFilter = qxcalcCACalcFilter_int16_t;
+    static constexpr auto convertWidth = qxcalcConvertInt16ToInt32;
+};
+
+template <>
+struct Exports<int32_t> : detail::RawFormat<RawSampleType::Int32> {
+    static constexpr auto getMinMax = qxcalcGetMinMax_int32_t;
+    static constexpr auto getMinMaxAveRMS = qxcalcGetMinMaxAveRMS_int32_t;
+    using StatisticsOffset = double;
+    static constexpr auto caCalcFilter = qxcalcCACalcFilter_int32_t;
+    static constexpr auto convertWidth = qxcalcConvertInt32ToInt16;
+};
+
+template <>
+struct Exports<float> : detail::RawFormat<RawSampleType::Float> {
+    static constexpr auto getMinMax = qxcalcGetMinMax_float;
+    static constexpr auto getMinMaxAveRMS = qxcalcGetMinMaxAveRMS_float;
+    using StatisticsOffset = float;
+    static constexpr auto multiplyVectorByScalar = qxcalcMultiplyVectorByScalar_float;
+    static constexpr auto iirFilter = qxcalcIIRFilter_float;
+    static constexpr auto channelGetScaledValuesAtPos = qxcalcChannelGetScaledValuesAtPos_float;
+    static constexpr auto channelGetScaledValuesAtPosAlignedOutput =
+        qxcalcChannelGetScaledValuesAtPos_float_aligned_output;
+    using ChannelScaleParams = ChannelScaleParams_float;
+    static constexpr auto caCalcFilter = qxcalcCACalcFilter_float;
+    static constexpr auto caConvertInplace = qxcalcCASingleArrToDoubleArrInplace;
+};
+
+template <>
+struct Exports<double> : detail::RawFormat<RawSampleType::Double> {
+    static constexpr auto getMinMax = qxcalcGetMinMax_double;
+    static constexpr auto getMinMaxAveRMS = qxcalcGetMinMaxAveRMS_double;
+    using StatisticsOffset = double;
+    static constexpr auto multiplyVectorByScalar = qxcalcMultiplyVectorByScalar_double;
+    static constexpr auto iirFilter = qxcalcIIRFilter_double;
+    static constexpr auto channelGetScaledValuesAtPos = qxcalcChannelGetScaledValuesAtPos_double;
+    static constexpr auto channelGetScaledValuesAtPosAlignedOutput =
+        qxcalcChannelGetScaledValuesAtPos_double_aligned_output;
+    using ChannelScaleParams = ChannelScaleParams_double;
+    static constexpr auto caConvertInplace = qxcalcCADoubleArrToSingleArrInplace;
+};
+
 // The format code of a C++ sample type; other types do not compile.
 template <class T>
 constexpr RawSampleType rawSampleTypeOf() noexcept
 {
-    if constexpr (std::is_same_v<T, uint8_t>) return RawSampleType::UInt8;
-    else if constexpr (std::is_same_v<T, int8_t>) return RawSampleType::Int8;
-    else if constexpr (std::is_same_v<T, int16_t>) return RawSampleType::Int16;
-    else if constexpr (std::is_same_v<T, uint16_t>) return RawSampleType::UInt16;
-    else if constexpr (std::is_same_v<T, int32_t>) return RawSampleType::Int32;
-    else if constexpr (std::is_same_v<T, float>) return RawSampleType::Float;
-    else if constexpr (std::is_same_v<T, int64_t>) return RawSampleType::Int64;
-    else if constexpr (std::is_same_v<T, double>) return RawSampleType::Double;
-    else if constexpr (std::is_same_v<T, uint32_t>) return RawSampleType::UInt32;
-    else static_assert(sizeof(T) == 0, "not a raw sample format of the channel functions");
+    static_assert(requires { Exports<T>::rawSampleType; }, "not a raw sample format of the channel functions");
+    return Exports<T>::rawSampleType;
 }
 
 /* ---- Minimum and maximum --------------------------------------------------- */
@@ -137,62 +216,36 @@ struct MinMax {
     T max;
 };
 
-// Requires a non-empty block.
-inline MinMax<double> getMinMax(std::span<const double> samples) noexcept
+namespace detail {
+template <class T>
+MinMax<T> getMinMax(std::span<const T> samples) noexcept
 {
-    MinMax<double> r;
-    qxcalcGetMinMax_double(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
+    MinMax<T> r;
+    Exports<T>::getMinMax(samples.data(), nonEmptyCount32(samples), &r.min, &r.max);
     return r;
 }
-inline MinMax<float> getMinMax(std::span<const float> samples) noexcept
-{
-    MinMax<float> r;
-    qxcalcGetMinMax_float(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
-    return r;
-}
-inline MinMax<int16_t> getMinMax(std::span<const int16_t> samples) noexcept
-{
-    MinMax<int16_t> r;
-    qxcalcGetMinMax_int16_t(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
-    return r;
-}
-inline MinMax<int32_t> getMinMax(std::span<const int32_t> samples) noexcept
-{
-    MinMax<int32_t> r;
-    qxcalcGetMinMax_int32_t(samples.data(), detail::nonEmptyCount32(samples), &r.min, &r.max);
-    return r;
-}
+} // namespace detail
+
+// Requires a non-empty block. One overload a sample type, so that any contiguous block converts.
+inline MinMax<double> getMinMax(std::span<const double> samples) noexcept { return detail::getMinMax(samples); }
+inline MinMax<float> getMinMax(std::span<const float> samples) noexcept { return detail::getMinMax(samples); }
+inline MinMax<int16_t> getMinMax(std::span<const int16_t> samples) noexcept { return detail::getMinMax(samples); }
+inline MinMax<int32_t> getMinMax(std::span<const int32_t> samples) noexcept { return detail::getMinMax(samples); }
 
 /* ---- Minimum, maximum, sum and sum of squares -------------------------------
  * The offset is a float for float and int16_t samples, a double for double
  * and int32_t samples, as the exports take it. */
 
 template <class T>
-using StatisticsOffset = std::conditional_t<std::is_same_v<T, float> || std::is_same_v<T, int16_t>, float, double>;
+using StatisticsOffset = typename Exports<T>::StatisticsOffset;
 
-inline void getMinMaxAveRMS(std::span<const double> samples, double& minValue, double& maxValue, double& sum,
-                            double& sumOfSquares, double offset) noexcept
+// T is the type of minValue and maxValue; any contiguous block of T converts to the span.
+template <class T>
+void getMinMaxAveRMS(std::type_identity_t<std::span<const T>> samples, T& minValue, T& maxValue, double& sum,
+                     double& sumOfSquares, StatisticsOffset<T> offset) noexcept
 {
-    qxcalcGetMinMaxAveRMS_double(samples.data(), detail::count32(samples), &minValue, &maxValue, &sum,
-                                 &sumOfSquares, offset);
-}
-inline void getMinMaxAveRMS(std::span<const float> samples, float& minValue, float& maxValue, double& sum,
-                            double& sumOfSquares, float offset) noexcept
-{
-    qxcalcGetMinMaxAveRMS_float(samples.data(), detail::count32(samples), &minValue, &maxValue, &sum,
-                                &sumOfSquares, offset);
-}
-inline void getMinMaxAveRMS(std::span<const int16_t> samples, int16_t& minValue, int16_t& maxValue, double& sum,
-                            double& sumOfSquares, float offset) noexcept
-{
-    qxcalcGetMinMaxAveRMS_int16_t(samples.data(), detail::count32(samples), &minValue, &maxValue, &sum,
-                                  &sumOfSquares, offset);
-}
-inline void getMinMaxAveRMS(std::span<const int32_t> samples, int32_t& minValue, int32_t& maxValue, double& sum,
-                            double& sumOfSquares, double offset) noexcept
-{
-    qxcalcGetMinMaxAveRMS_int32_t(samples.data(), detail::count32(samples), &minValue, &maxValue, &sum,
-                                  &sumOfSquares, offset);
+    Exports<T>::getMinMaxAveRMS(samples.data(), detail::count32(samples), &minValue, &maxValue, &sum, &sumOfSquares,
+                                offset);
 }
 
 // destination.size() samples, source[i * stride] to destination[i].
@@ -249,23 +302,35 @@ private:
 /* ---- Vector scaling and integer width conversion ---------------------------
  * source.size() values; the destination holds at least as many. */
 
-inline void convertInt16ToInt32(std::span<const int16_t> source, std::span<int32_t> destination) noexcept
+namespace detail {
+template <class From, class To>
+void convertWidth(std::span<const From> source, std::span<To> destination) noexcept
 {
     assert(destination.size() >= source.size());
-    qxcalcConvertInt16ToInt32(source.data(), destination.data(), detail::count32(source));
+    Exports<From>::convertWidth(source.data(), destination.data(), count32(source));
+}
+template <class T>
+void multiplyVectorByScalar(std::span<T> samples, T factor) noexcept
+{
+    Exports<T>::multiplyVectorByScalar(samples.data(), count32(samples), factor);
+}
+} // namespace detail
+
+inline void convertInt16ToInt32(std::span<const int16_t> source, std::span<int32_t> destination) noexcept
+{
+    detail::convertWidth(source, destination);
 }
 inline void convertInt32ToInt16(std::span<const int32_t> source, std::span<int16_t> destination) noexcept
 {
-    assert(destination.size() >= source.size());
-    qxcalcConvertInt32ToInt16(source.data(), destination.data(), detail::count32(source));
+    detail::convertWidth(source, destination);
 }
 inline void multiplyVectorByScalar(std::span<double> samples, double factor) noexcept
 {
-    qxcalcMultiplyVectorByScalar_double(samples.data(), detail::count32(samples), factor);
+    detail::multiplyVectorByScalar(samples, factor);
 }
 inline void multiplyVectorByScalar(std::span<float> samples, float factor) noexcept
 {
-    qxcalcMultiplyVectorByScalar_float(samples.data(), detail::count32(samples), factor);
+    detail::multiplyVectorByScalar(samples, factor);
 }
 
 /* ---- Scaled channel values --------------------------------------------------
@@ -274,26 +339,30 @@ inline void multiplyVectorByScalar(std::span<float> samples, float factor) noexc
 
 enum class OutputAlignment { any, aligned32 };
 
+namespace detail {
+template <class T>
+void channelGetScaledValuesAtPos(RawSampleType type, const void* raw, std::span<T> output, T scale, T offset,
+                                 OutputAlignment alignment) noexcept
+{
+    assert(output.size() <= INT32_MAX);
+    assert(alignment == OutputAlignment::any || startsOn32Bytes(output.data()));
+    const typename Exports<T>::ChannelScaleParams params{
+        raw, output.data(), scale, offset, static_cast<int32_t>(output.size()), static_cast<uint32_t>(type)};
+    if (alignment == OutputAlignment::aligned32) Exports<T>::channelGetScaledValuesAtPosAlignedOutput(&params);
+    else Exports<T>::channelGetScaledValuesAtPos(&params);
+}
+} // namespace detail
+
 inline void channelGetScaledValuesAtPos(RawSampleType type, const void* raw, std::span<double> output,
                                         double scale, double offset,
                                         OutputAlignment alignment = OutputAlignment::any) noexcept
 {
-    assert(output.size() <= INT32_MAX);
-    assert(alignment == OutputAlignment::any || detail::startsOn32Bytes(output.data()));
-    const ChannelScaleParams_double params{raw, output.data(), scale, offset, static_cast<int32_t>(output.size()),
-                                           static_cast<uint32_t>(type)};
-    if (alignment == OutputAlignment::aligned32) qxcalcChannelGetScaledValuesAtPos_double_aligned_output(&params);
-    else qxcalcChannelGetScaledValuesAtPos_double(&params);
+    detail::channelGetScaledValuesAtPos(type, raw, output, scale, offset, alignment);
 }
 inline void channelGetScaledValuesAtPos(RawSampleType type, const void* raw, std::span<float> output, float scale,
                                         float offset, OutputAlignment alignment = OutputAlignment::any) noexcept
 {
-    assert(output.size() <= INT32_MAX);
-    assert(alignment == OutputAlignment::any || detail::startsOn32Bytes(output.data()));
-    const ChannelScaleParams_float params{raw, output.data(), scale, offset, static_cast<int32_t>(output.size()),
-                                          static_cast<uint32_t>(type)};
-    if (alignment == OutputAlignment::aligned32) qxcalcChannelGetScaledValuesAtPos_float_aligned_output(&params);
-    else qxcalcChannelGetScaledValuesAtPos_float(&params);
+    detail::channelGetScaledValuesAtPos(type, raw, output, scale, offset, alignment);
 }
 // The format follows from the span's element type; raw.size() values.
 template <class Raw, std::size_t RawExtent, class Out>
@@ -333,22 +402,28 @@ inline void caCalcAveFilterScalar(std::span<const double> input, std::span<doubl
 
 // samples run from the oldest to the newest; coefficient i * stride weighs the
 // i-th newest sample.
+namespace detail {
+template <class T>
+float caCalcFilter(std::span<const T> samples, std::span<const float> coefficients, uint32_t stride) noexcept
+{
+    return Exports<T>::caCalcFilter(newest(samples), count32(samples), coefficients.data(), stride);
+}
+} // namespace detail
+
 inline float caCalcFilter(std::span<const float> samples, std::span<const float> coefficients,
                           uint32_t stride) noexcept
 {
-    return qxcalcCACalcFilter_float(detail::newest(samples), detail::count32(samples), coefficients.data(), stride);
+    return detail::caCalcFilter(samples, coefficients, stride);
 }
 inline float caCalcFilter(std::span<const int16_t> samples, std::span<const float> coefficients,
                           uint32_t stride) noexcept
 {
-    return qxcalcCACalcFilter_int16_t(detail::newest(samples), detail::count32(samples), coefficients.data(),
-                                      stride);
+    return detail::caCalcFilter(samples, coefficients, stride);
 }
 inline float caCalcFilter(std::span<const int32_t> samples, std::span<const float> coefficients,
                           uint32_t stride) noexcept
 {
-    return qxcalcCACalcFilter_int32_t(detail::newest(samples), detail::count32(samples), coefficients.data(),
-                                      stride);
+    return detail::caCalcFilter(samples, coefficients, stride);
 }
 
 // input.size() positions; output holds at least as many.

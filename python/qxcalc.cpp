@@ -9,7 +9,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include <qxcalc.h>
+#include <qxcalc.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -89,60 +89,8 @@ template <class... Ts, class F> py::object byType(const py::array& a, const char
 
 template <class T> py::array_t<T> fresh(size_t n) { return py::array_t<T>(static_cast<py::ssize_t>(n)); }
 
-// ---- Per-type tables of exports ---------------------------------------------
-
-template <class T> struct Stats;
-template <> struct Stats<double> {
-    static constexpr auto minMax = qxcalcGetMinMax_double;
-    static constexpr auto withSums = qxcalcGetMinMaxAveRMS_double;
-    using Offset = double;
-};
-template <> struct Stats<float> {
-    static constexpr auto minMax = qxcalcGetMinMax_float;
-    static constexpr auto withSums = qxcalcGetMinMaxAveRMS_float;
-    using Offset = float;
-};
-template <> struct Stats<int16_t> {
-    static constexpr auto minMax = qxcalcGetMinMax_int16_t;
-    static constexpr auto withSums = qxcalcGetMinMaxAveRMS_int16_t;
-    using Offset = float;
-};
-template <> struct Stats<int32_t> {
-    static constexpr auto minMax = qxcalcGetMinMax_int32_t;
-    static constexpr auto withSums = qxcalcGetMinMaxAveRMS_int32_t;
-    using Offset = double;
-};
-
-template <class T> struct Floating;
-template <> struct Floating<double> {
-    static constexpr auto multiply = qxcalcMultiplyVectorByScalar_double;
-    static constexpr auto iir = qxcalcIIRFilter_double;
-    static constexpr auto scale = qxcalcChannelGetScaledValuesAtPos_double;
-    using ScaleParams = ChannelScaleParams_double;
-};
-template <> struct Floating<float> {
-    static constexpr auto multiply = qxcalcMultiplyVectorByScalar_float;
-    static constexpr auto iir = qxcalcIIRFilter_float;
-    static constexpr auto scale = qxcalcChannelGetScaledValuesAtPos_float;
-    using ScaleParams = ChannelScaleParams_float;
-};
-
-template <class T> constexpr auto caFilter = nullptr;
-template <> constexpr auto caFilter<float> = qxcalcCACalcFilter_float;
-template <> constexpr auto caFilter<int16_t> = qxcalcCACalcFilter_int16_t;
-template <> constexpr auto caFilter<int32_t> = qxcalcCACalcFilter_int32_t;
-
-// Raw sample codes of the channel functions, in the library's fixed numbering.
-template <class T> constexpr RawSampleType rawCode;
-template <> constexpr RawSampleType rawCode<uint8_t> = QxcalcRawUInt8;
-template <> constexpr RawSampleType rawCode<int8_t> = QxcalcRawInt8;
-template <> constexpr RawSampleType rawCode<int16_t> = QxcalcRawInt16;
-template <> constexpr RawSampleType rawCode<uint16_t> = QxcalcRawUInt16;
-template <> constexpr RawSampleType rawCode<int32_t> = QxcalcRawInt32;
-template <> constexpr RawSampleType rawCode<float> = QxcalcRawFloat;
-template <> constexpr RawSampleType rawCode<int64_t> = QxcalcRawInt64;
-template <> constexpr RawSampleType rawCode<double> = QxcalcRawDouble;
-template <> constexpr RawSampleType rawCode<uint32_t> = QxcalcRawUInt32;
+// The export of each family for each sample type: the C++ layer's table.
+using qxcalc::Exports;
 
 // ---- Statistics ---------------------------------------------------------------
 
@@ -151,7 +99,7 @@ py::object minMax(const py::array& samples)
     return byType<double, float, int16_t, int32_t>(samples, "samples", [&](auto tag) {
         using T = decltype(tag);
         T lo{}, hi{};
-        Stats<T>::minMax(elements<T>(samples, "samples"), countOf(samples, "samples", 1), &lo, &hi);
+        Exports<T>::getMinMax(elements<T>(samples, "samples"), countOf(samples, "samples", 1), &lo, &hi);
         return py::make_tuple(lo, hi);
     });
 }
@@ -166,8 +114,8 @@ py::object statistics(const py::array& samples, double offset, double sum, doubl
         const T* data = elements<T>(samples, "samples");
         const uint32_t n = countOf(samples, "samples", 1);
         T lo = data[0], hi = lo;
-        Stats<T>::withSums(data, n, &lo, &hi, &sum, &sumOfSquares,
-                           static_cast<typename Stats<T>::Offset>(offset));
+        Exports<T>::getMinMaxAveRMS(data, n, &lo, &hi, &sum, &sumOfSquares,
+                                    static_cast<qxcalc::StatisticsOffset<T>>(offset));
         return py::make_tuple(lo, hi, sum, sumOfSquares);
     });
 }
@@ -189,11 +137,11 @@ py::tuple moveStatistics(const py::array& source, int32_t stride, float offset)
 
 // ---- Conversions --------------------------------------------------------------
 
-template <class From, class To, auto convert> py::array_t<To> convertWidth(const py::array& source)
+template <class From, class To> py::array_t<To> convertWidth(const py::array& source)
 {
     const From* data = elements<From>(source, "source");
     auto out = fresh<To>(countOf(source, "source"));
-    convert(data, out.mutable_data(), countOf(source, "source"));
+    Exports<From>::convertWidth(data, out.mutable_data(), countOf(source, "source"));
     return out;
 }
 
@@ -205,14 +153,14 @@ py::object multiply(const py::array& samples, double factor)
         const uint32_t n = countOf(samples, "samples");
         auto out = fresh<T>(n);
         std::memcpy(out.mutable_data(), data, n * sizeof(T));
-        Floating<T>::multiply(out.mutable_data(), n, static_cast<T>(factor));
+        Exports<T>::multiplyVectorByScalar(out.mutable_data(), n, static_cast<T>(factor));
         return out;
     });
 }
 
 // The in-place precision conversions need a buffer of 8 bytes per value,
 // 32-byte aligned; the module provides it and hands back a NumPy copy.
-template <class From, class To, auto convert> py::array_t<To> convertInPlace(const py::array& source)
+template <class From, class To> py::array_t<To> convertInPlace(const py::array& source)
 {
     const From* data = elements<From>(source, "source");
     const uint32_t n = countOf(source, "source");
@@ -220,13 +168,11 @@ template <class From, class To, auto convert> py::array_t<To> convertInPlace(con
         std::aligned_alloc(32, (size_t{n} + 4) / 4 * 32), &std::free);
     if (!buffer) throw std::bad_alloc();
     std::memcpy(buffer.get(), data, n * sizeof(From));
-    convert(buffer.get(), n);
+    Exports<From>::caConvertInplace(buffer.get(), n);
     auto out = fresh<To>(n);
     std::memcpy(out.mutable_data(), buffer.get(), n * sizeof(To));
     return out;
 }
-void narrow(void* data, uint32_t n) { qxcalcCADoubleArrToSingleArrInplace(data, n); }
-void widen(void* data, uint32_t n) { qxcalcCASingleArrToDoubleArrInplace(data, n); }
 
 // ---- Channel scaling ------------------------------------------------------------
 
@@ -245,14 +191,14 @@ py::object scaleChannel(const py::array& raw, double scale, double offset, const
             auto run = [&](auto outTag) {
                 using T = decltype(outTag);
                 auto values = fresh<T>(n);
-                typename Floating<T>::ScaleParams params{};
+                typename Exports<T>::ChannelScaleParams params{};
                 params.rawData = data;
                 params.output = values.mutable_data();
                 params.scale = static_cast<T>(scale);
                 params.offset = static_cast<T>(offset);
                 params.count = n;
-                params.sampleType = rawCode<Raw>;
-                Floating<T>::scale(&params);
+                params.sampleType = static_cast<uint32_t>(qxcalc::rawSampleTypeOf<Raw>());
+                Exports<T>::channelGetScaledValuesAtPos(&params);
                 return values;
             };
             return toDouble ? py::object(run(double{})) : py::object(run(float{}));
@@ -289,7 +235,7 @@ public:
             const T* in = elements<T>(samples, "samples");
             auto out = fresh<T>(samples.size());
             T* y = out.mutable_data();
-            for (py::ssize_t i = 0; i < samples.size(); ++i) y[i] = Floating<T>::iir(&filter_, in[i]);
+            for (py::ssize_t i = 0; i < samples.size(); ++i) y[i] = Exports<T>::iirFilter(&filter_, in[i]);
             return out;
         });
     }
@@ -373,7 +319,7 @@ py::object caFilterOf(const py::array& samples, const py::array& coefficients, u
         const uint32_t n = countOf(samples, "samples");
         if (n > 0 && uint64_t(n - 1) * stride >= uint64_t(coefficients.size()))
             valueError("coefficients", "needs (len(samples) - 1) * stride + 1 elements");
-        return py::float_(caFilter<T>(n ? s + (n - 1) : s, n, c, stride));
+        return py::float_(Exports<T>::caCalcFilter(n ? s + (n - 1) : s, n, c, stride));
     });
 }
 
@@ -553,16 +499,16 @@ PYBIND11_MODULE(_qxcalc, m)
           "source: 1-D int16 array starting at the channel's first sample.\n"
           "stride: channels per frame (>= 1). offset: float32, as in statistics().");
 
-    m.def("int16_to_int32", &convertWidth<int16_t, int32_t, qxcalcConvertInt16ToInt32>, "source"_a,
+    m.def("int16_to_int32", &convertWidth<int16_t, int32_t>, "source"_a,
           "int16 array widened to a new int32 array.");
-    m.def("int32_to_int16", &convertWidth<int32_t, int16_t, qxcalcConvertInt32ToInt16>, "source"_a,
+    m.def("int32_to_int16", &convertWidth<int32_t, int16_t>, "source"_a,
           "Low 16 bits of each int32 value as a new int16 array (wraps, never saturates).");
     m.def("multiply", &multiply, "samples"_a, "factor"_a,
           "samples * factor as a new array of the samples' dtype (float64 or float32;\n"
           "factor rounded to float32 for float32 samples).");
-    m.def("double_to_single", &convertInPlace<double, float, narrow>, "source"_a,
+    m.def("double_to_single", &convertInPlace<double, float>, "source"_a,
           "float64 array rounded to a new float32 array.");
-    m.def("single_to_double", &convertInPlace<float, double, widen>, "source"_a,
+    m.def("single_to_double", &convertInPlace<float, double>, "source"_a,
           "float32 array widened to a new float64 array.");
 
     m.def("scale_channel", &scaleChannel, "raw"_a, "scale"_a, "offset"_a, "dtype"_a = "float64",

@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 #include "support/ca_model.h"
 #include "support/sweep.h"
 
@@ -68,8 +68,9 @@ TEST(CAPositions, BothAxesMatchTheModelForEveryCountStartAndFence)
 // Every sample type; then a sample under a zeroed head lane: zeroed before its coefficient, so no inf * 0.
 TEST(CAFilter, MatchesTheModelForEveryTypeCountStrideStartAndFence)
 {
-    const auto sweepFilter = [](auto filter, auto sample) {
+    const auto sweepFilter = [](auto sample) {
         using T = decltype(sample);
+        const auto filter = qxcalc::Exports<T>::caCalcFilter;
         for (const uint32_t stride : {1u, 3u}) {
             const auto taps = [=](uint32_t n) { return n ? std::size_t{(n - 1) * stride + 1} : 0; };
             sweep({"CACalcFilter, " + std::to_string(sizeof(T)) + "-byte samples, stride " + std::to_string(stride),
@@ -84,9 +85,9 @@ TEST(CAFilter, MatchesTheModelForEveryTypeCountStrideStartAndFence)
                    countsAround({4, 8}, 0, 300, {1000})});
         }
     };
-    sweepFilter(qxcalcCACalcFilter_float, 0.0f);
-    sweepFilter(qxcalcCACalcFilter_int16_t, int16_t{});
-    sweepFilter(qxcalcCACalcFilter_int32_t, 0);
+    sweepFilter(0.0f);
+    sweepFilter(int16_t{});
+    sweepFilter(int32_t{});
     alignas(16) float samples[8] = {1, 1, 1, 1, 1e30f, 1, 1, 1};  // from samples + 1 the head zeroes samples[4]
     const float coefficients[7] = {1, 1, 1, 1e30f, 1, 1, 1};
     const float sum = qxcalcCACalcFilter_float(samples + 7, 7, coefficients, 1);

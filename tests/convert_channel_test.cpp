@@ -4,12 +4,13 @@
 #include <algorithm>
 #include <random>
 
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 #include "support/channel_model.h"
 #include "support/lane_model.h"
 #include "support/sweep.h"
 
 using namespace qxtest;
+using qxcalc::Exports;
 
 namespace {
 
@@ -18,9 +19,8 @@ const std::vector<uint32_t> kCounts = countsAround({}, 0, 300, {1000, 10007});
 template <class Out>
 void scaleChannel(const void* raw, Out* out, int32_t count, Out scale, Out offset, uint32_t code, bool aligned)
 {
-    const std::conditional_t<sizeof(Out) == 4, ChannelScaleParams_float, ChannelScaleParams_double> p{raw, out, scale, offset, count, code};
-    if constexpr (sizeof(Out) == 4) (aligned ? qxcalcChannelGetScaledValuesAtPos_float_aligned_output : qxcalcChannelGetScaledValuesAtPos_float)(&p);
-    else (aligned ? qxcalcChannelGetScaledValuesAtPos_double_aligned_output : qxcalcChannelGetScaledValuesAtPos_double)(&p);
+    const typename Exports<Out>::ChannelScaleParams p{raw, out, scale, offset, count, code};
+    (aligned ? Exports<Out>::channelGetScaledValuesAtPosAlignedOutput : Exports<Out>::channelGetScaledValuesAtPos)(&p);
 }
 
 // int64 samples of either sign a hair off the float ties of every magnitude, where rounding through double first would
@@ -36,9 +36,10 @@ void fillInt64(std::byte* to, std::size_t n, DataSet, uint32_t seed)
     }
 }
 
-template <class Raw, class Out, uint32_t code>
+template <class Raw, class Out>
 void sweepChannel(bool aligned, bool inPlace, Out scale = Out(0.37), Out offset = Out(-1300.2))
 {
+    const auto code = static_cast<uint32_t>(qxcalc::rawSampleTypeOf<Raw>());
     const unsigned outAlign = aligned ? 32 : sizeof(Out);
     const Role rawRole = inPlace ? Role::InOut : Role::In;
     std::vector<BlockSpec> blocks{block<Raw>("raw", rawRole, inPlace ? outAlign : sizeof(Raw))};
@@ -52,41 +53,33 @@ void sweepChannel(bool aligned, bool inPlace, Out scale = Out(0.37), Out offset 
                              (aligned ? ", aligned" : "") + (inPlace ? ", in place" : "") +
                              (scale != scale ? ", NaN scale" : "");
     sweep({name, blocks,
-           on([=](const Raw* raw, Out* out, uint32_t n) { scaleChannel<Out>(raw, out, int32_t(n), scale, offset, code, aligned); }),
+           on([=](const Raw* raw, Out* out, uint32_t n) {
+               scaleChannel<Out>(raw, out, int32_t(n), scale, offset, code, aligned);
+           }),
            on([=](const Raw* raw, Out* out, uint32_t n) {
                for (uint32_t i = 0; i < n; ++i) out[i] = scaledValue(raw[i], scale, offset);
            }),
            kCounts});
 }
 
-template <class Raw, uint32_t code>
-struct Format {
-    using R = Raw;
-    static constexpr uint32_t kCode = code;
-};
-template <class F>
+template <class Raw>
 class ChannelTest : public ::testing::Test {};
-using RawFormats = ::testing::Types<Format<uint8_t, QxcalcRawUInt8>, Format<int8_t, QxcalcRawInt8>,
-                                    Format<int16_t, QxcalcRawInt16>, Format<uint16_t, QxcalcRawUInt16>,
-                                    Format<int32_t, QxcalcRawInt32>, Format<float, QxcalcRawFloat>,
-                                    Format<int64_t, QxcalcRawInt64>, Format<double, QxcalcRawDouble>,
-                                    Format<uint32_t, QxcalcRawUInt32>>;
+using RawFormats = ::testing::Types<uint8_t, int8_t, int16_t, uint16_t, int32_t, float, int64_t, double, uint32_t>;
 TYPED_TEST_SUITE(ChannelTest, RawFormats);
 
 TYPED_TEST(ChannelTest, EveryOutputKindFollowsTheRuleForEveryCountStartAndFence)
 {
-    using Raw = typename TypeParam::R;
-    constexpr uint32_t code = TypeParam::kCode;
+    using Raw = TypeParam;
     for (const bool aligned : {false, true}) {
-        sweepChannel<Raw, float, code>(aligned, false);
-        sweepChannel<Raw, double, code>(aligned, false);
+        sweepChannel<Raw, float>(aligned, false);
+        sweepChannel<Raw, double>(aligned, false);
         // NaN payloads meet in the order sample, scale, offset (a signalling one)
-        sweepChannel<Raw, float, code>(aligned, false, nanWithPayload<float>(0xA), nanWithPayload<float>(0xB, true));
-        sweepChannel<Raw, double, code>(aligned, false, nanWithPayload<double>(0xA), nanWithPayload<double>(0xB, true));
-        if constexpr (std::is_floating_point_v<Raw>) sweepChannel<Raw, Raw, code>(aligned, true);
+        sweepChannel<Raw, float>(aligned, false, nanWithPayload<float>(0xA), nanWithPayload<float>(0xB, true));
+        sweepChannel<Raw, double>(aligned, false, nanWithPayload<double>(0xA), nanWithPayload<double>(0xB, true));
+        if constexpr (std::is_floating_point_v<Raw>) sweepChannel<Raw, Raw>(aligned, true);
         if constexpr (std::is_same_v<Raw, int64_t>) {  // a zero sample scales to +0 in every rounding mode
-            sweepChannel<Raw, float, code>(aligned, false, 0.37f, 0.0f);
-            sweepChannel<Raw, double, code>(aligned, false, 0.37, 0.0);
+            sweepChannel<Raw, float>(aligned, false, 0.37f, 0.0f);
+            sweepChannel<Raw, double>(aligned, false, 0.37, 0.0);
         }
     }
 }
@@ -100,7 +93,8 @@ TEST(ChannelWorkedValues, BadCallsWriteNothing)
         for (const bool aligned : {false, true}) {
             alignas(32) float out[16] = {};
             alignas(32) double wide[16] = {};
-            scaleChannel<float>(raw, out, count, 1.0f, 5.0f, code, aligned), scaleChannel<double>(raw, wide, count, 1.0, 5.0, code, aligned);
+            scaleChannel<float>(raw, out, count, 1.0f, 5.0f, code, aligned);
+            scaleChannel<double>(raw, wide, count, 1.0, 5.0, code, aligned);
             EXPECT_EQ(std::count(out, out + 16, 0.0f), 16) << count << " " << code;
             EXPECT_EQ(std::count(wide, wide + 16, 0.0), 16) << count << " " << code;
         }
@@ -109,30 +103,30 @@ TEST(ChannelWorkedValues, BadCallsWriteNothing)
 TEST(VectorArithmetic, ScalingWrappingAndSignExtensionForEveryCountStartFenceAndFactor)
 {
     // 0: inf becomes NaN, -5 becomes -0; NaN: the factor's payload wins.
-    const auto scaleBy = [](auto multiply, auto factor) {
+    const auto scaleBy = [](auto factor) {
         using T = decltype(factor);
         sweep({"multiply by " + std::to_string(factor), {block<T>("samples", Role::InOut)},
-               [=](const Blocks& b, uint32_t n) { multiply(b.at<T>(0), n, factor); },
+               [=](const Blocks& b, uint32_t n) { Exports<T>::multiplyVectorByScalar(b.at<T>(0), n, factor); },
                [=](const Blocks& b, uint32_t n) {
                    for (uint32_t i = 0; i < n; ++i) b.at<T>(0)[i] = mulX86(factor, b.at<T>(0)[i]);
                },
                kCounts});
     };
     for (const float factor : {1.7f, 0.0f, nanWithPayload<float>(0x2A)}) {
-        scaleBy(qxcalcMultiplyVectorByScalar_float, factor);
-        scaleBy(qxcalcMultiplyVectorByScalar_double, double{factor});
+        scaleBy(factor);
+        scaleBy(double{factor});
     }
     // Narrowing keeps the low 16 bits.
-    const auto width = [](auto convert, auto from, auto to) {
+    const auto width = [](auto from, auto to) {
         using From = decltype(from);
         using To = decltype(to);
         sweep({std::to_string(sizeof(From)) + " to " + std::to_string(sizeof(To)) + " bytes",
                {block<From>("source", Role::In), block<To>("destination", Role::Out)},
-               [=](const Blocks& b, uint32_t n) { convert(b.at<From>(0), b.at<To>(1), n); },
+               [=](const Blocks& b, uint32_t n) { Exports<From>::convertWidth(b.at<From>(0), b.at<To>(1), n); },
                [](const Blocks& b, uint32_t n) { std::copy_n(b.at<From>(0), n, b.at<To>(1)); }, kCounts});
     };
-    width(qxcalcConvertInt32ToInt16, int32_t{}, int16_t{});
-    width(qxcalcConvertInt16ToInt32, int16_t{}, int32_t{});
+    width(int32_t{}, int16_t{});
+    width(int16_t{}, int32_t{});
 }
 
 }  // namespace

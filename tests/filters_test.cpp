@@ -1,7 +1,7 @@
 // Filters swept against scalar models (every output and the section memory after it); the pink filter by values.
 #include <gtest/gtest.h>
 #include <algorithm>
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 #include "support/lane_model.h"
 #include "support/sweep.h"
 
@@ -74,10 +74,12 @@ TEST(IIRFilter, CascadesOfEveryKindAndOrderMatchTheModel)
             return [=](const Blocks& b, uint32_t n) {
                 IIRFilter f{kind, int32_t(n), order, 0, b.at<double>(1), b.at<IIRBlock>(0)};
                 double* trace = b.at<double>(2);
+                const auto filter = [&](auto u) {
+                    return model ? decltype(u)(modelIIR(f, u)) : qxcalc::Exports<decltype(u)>::iirFilter(&f, u);
+                };
                 for (std::size_t j = 0, step = 1 + n * doubles; j < 64; ++j) {
                     const double u = j == 9 ? 3e12 : j == 40 ? -3e12 : j == 20 ? -0.0 : double(j * 37 % 23) * 0.09 - 1;
-                    if (order % 2 == 0) trace[j * step] = model ? modelIIR(f, u) : qxcalcIIRFilter_double(&f, u);
-                    else trace[j * step] = model ? float(modelIIR(f, float(u))) : qxcalcIIRFilter_float(&f, float(u));
+                    trace[j * step] = order % 2 ? filter(float(u)) : filter(u);
                     std::memcpy(trace + j * step + 1, f.sections, n * doubles * sizeof(double));
                 }
             };

@@ -6,18 +6,14 @@
 #include <limits>
 #include <random>
 
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 #include "support/stats_model.h"
 #include "support/sweep.h"
 
 using namespace qxtest;
+using qxcalc::Exports;
 
 namespace {
-
-constexpr auto api(float) { return std::pair{&qxcalcGetMinMax_float, &qxcalcGetMinMaxAveRMS_float}; }
-constexpr auto api(double) { return std::pair{&qxcalcGetMinMax_double, &qxcalcGetMinMaxAveRMS_double}; }
-constexpr auto api(int16_t) { return std::pair{&qxcalcGetMinMax_int16_t, &qxcalcGetMinMaxAveRMS_int16_t}; }
-constexpr auto api(int32_t) { return std::pair{&qxcalcGetMinMax_int32_t, &qxcalcGetMinMaxAveRMS_int32_t}; }
 
 // Blocks of zeros: -0 only (plain data), or zeros of both signs with `one` here and there and a rare signalling NaN
 // (special values). Which zero or NaN comes out shows the order in which the samples met.
@@ -77,7 +73,7 @@ TYPED_TEST(StatsTest, MinMaxMatchesTheModelForEveryCountStartAndFence)
         if (zeros) samples.fill = zeros > 0 ? fillZeros<T, 1> : fillZeros<T, -1>;
         sweep({"GetMinMax" + (zeros ? " of zeros and " + std::to_string(zeros) : ""),
                {samples, scalar<T>("min", Role::Out, T(77)), scalar<T>("max", Role::Out, T(77))},
-               [](const Blocks& b, uint32_t n) { api(T()).first(b.at<T>(0), n, b.at<T>(1), b.at<T>(2)); },
+               [](const Blocks& b, uint32_t n) { Exports<T>::getMinMax(b.at<T>(0), n, b.at<T>(1), b.at<T>(2)); },
                [](const Blocks& b, uint32_t n) {
                    T* const p = b.at<T>(0);
                    if (n >= L) return vectorMinMax(p, n, *b.at<T>(1), *b.at<T>(2));
@@ -105,7 +101,7 @@ TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
         sweep({"GetMinMaxAveRMS offset " + std::to_string(offset) + (zeros ? ", zeros" : ""),
                withState<T>({samples}, zeros),
                onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
-                   api(T()).second(b.at<T>(0), n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+                   Exports<T>::getMinMaxAveRMS(b.at<T>(0), n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
                }),
                onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
                    modelMinMaxAveRms(b.at<T>(0), n, offset, s);

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "harness.h"
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 
 #ifdef QXCALC_BENCH_PEERS
 #include <volk/volk.h>
@@ -47,10 +47,6 @@ __attribute__((noipa)) void plainInPlace(void* data, uint32_t n)
     }
 }
 
-float dotFilter(const float* x, uint32_t n, const float* c, uint32_t stride) { return qxcalcCACalcFilter_float(x, n, c, stride); }
-float dotFilter(const int16_t* x, uint32_t n, const float* c, uint32_t stride) { return qxcalcCACalcFilter_int16_t(x, n, c, stride); }
-float dotFilter(const int32_t* x, uint32_t n, const float* c, uint32_t stride) { return qxcalcCACalcFilter_int32_t(x, n, c, stride); }
-
 template <class T>
 __attribute__((noipa)) float plainDotFilter(const T* newest, uint32_t n, const float* c, uint32_t stride)
 {
@@ -69,7 +65,7 @@ Row dotFilterRow(const char* job, uint32_t stride)
                 const T* newest = x.data() + x.n - 1;
                 Case k;
                 k.work = x.n;
-                k.ours = [=] { keep(dotFilter(newest, x.n, c.data(), stride)); };
+                k.ours = [=] { keep(qxcalc::Exports<T>::caCalcFilter(newest, x.n, c.data(), stride)); };
                 k.scalar = [=] { keep(plainDotFilter(newest, x.n, c.data(), stride)); };
 #ifdef QXCALC_BENCH_PEERS
                 if constexpr (std::is_same_v<T, float>) {
@@ -192,13 +188,12 @@ Row inPlaceRow(const char* job)
     return {4, job, Unit::Bytes, [](std::size_t bytes) {
                 const uint32_t n = static_cast<uint32_t>(bytes / sizeof(From));
                 const Block<double> buffer = block<double>(n), start = block<double>(n);
-                if constexpr (sizeof(From) == 4) qxcalcCADoubleArrToSingleArrInplace(start.data(), n);
+                if constexpr (sizeof(From) == 4) qxcalc::Exports<To>::caConvertInplace(start.data(), n);
                 Case c;
                 c.work = static_cast<double>(n * (sizeof(From) + sizeof(To)));
                 c.restore = [=] { std::memcpy(buffer.data(), start.data(), bytes); };
                 c.scalar = [=] { plainInPlace<From, To>(buffer.data(), n); };
-                if constexpr (sizeof(From) == 8) c.ours = [=] { qxcalcCADoubleArrToSingleArrInplace(buffer.data(), n); };
-                else c.ours = [=] { keep(qxcalcCASingleArrToDoubleArrInplace(buffer.data(), n)); };
+                c.ours = [=] { qxcalc::Exports<From>::caConvertInplace(buffer.data(), n); };
 #ifdef QXCALC_BENCH_PEERS
                 const auto* from = reinterpret_cast<const From*>(buffer.data());
                 const Block<To> out = block<To>(n);

@@ -2,7 +2,7 @@
 // out (scale 1, offset 0, so that the peers' plain conversions do the same job).
 // The size is the raw block's; the rate counts raw bytes read and values written.
 #include "harness.h"
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 
 #ifdef QXCALC_BENCH_PEERS
 #include <volk/volk.h>
@@ -10,18 +10,6 @@
 
 namespace qxbench {
 namespace {
-
-template <bool aligned>
-void scale(const ChannelScaleParams_float* p)
-{
-    (aligned ? qxcalcChannelGetScaledValuesAtPos_float_aligned_output : qxcalcChannelGetScaledValuesAtPos_float)(p);
-}
-
-template <bool aligned>
-void scale(const ChannelScaleParams_double* p)
-{
-    (aligned ? qxcalcChannelGetScaledValuesAtPos_double_aligned_output : qxcalcChannelGetScaledValuesAtPos_double)(p);
-}
 
 template <class Raw, class Out>
 __attribute__((noipa)) void plainScale(const Raw* raw, Out* out, uint32_t n, Out scale, Out offset)
@@ -49,19 +37,22 @@ std::vector<Peer> peers([[maybe_unused]] const Block<Raw>& raw, [[maybe_unused]]
     return {};
 }
 
-template <class Raw, RawSampleType code, class Out, bool aligned = false, bool inPlace = false>
+template <class Raw, class Out, bool aligned = false, bool inPlace = false>
 Row channelRow(const char* job)
 {
     return {2, job, Unit::Bytes, [](std::size_t bytes) {
                 const Block<Raw> raw = blockOfBytes<Raw>(bytes);
                 const Block<Out> out = inPlace ? Block<Out>{std::reinterpret_pointer_cast<Out[]>(raw.values), raw.n}
                                                : block<Out>(raw.n);
-                using Params = std::conditional_t<std::is_same_v<Out, float>, ChannelScaleParams_float, ChannelScaleParams_double>;
+                using Exports = qxcalc::Exports<Out>;
+                constexpr auto code = static_cast<uint32_t>(qxcalc::rawSampleTypeOf<Raw>());
                 Case c;
                 c.work = static_cast<double>(bytes + raw.n * sizeof(Out));
                 c.ours = [=] {
-                    const Params p{raw.data(), out.data(), 1, 0, static_cast<int32_t>(raw.n), code};
-                    scale<aligned>(&p);
+                    const typename Exports::ChannelScaleParams p{raw.data(), out.data(), 1, 0,
+                                                                 static_cast<int32_t>(raw.n), code};
+                    if constexpr (aligned) Exports::channelGetScaledValuesAtPosAlignedOutput(&p);
+                    else Exports::channelGetScaledValuesAtPos(&p);
                 };
                 c.scalar = [=] { plainScale<Raw, Out>(raw.data(), out.data(), raw.n, 1, 0); };
                 c.peers = peers(raw, out);
@@ -71,16 +62,16 @@ Row channelRow(const char* job)
 }
 
 const Rows rows({
-    channelRow<int16_t, QxcalcRawInt16, float>("ChannelGetScaledValuesAtPos_float, Int16"),
-    channelRow<int16_t, QxcalcRawInt16, float, true>("ChannelGetScaledValuesAtPos_float_aligned_output, Int16"),
-    channelRow<int32_t, QxcalcRawInt32, float>("ChannelGetScaledValuesAtPos_float, Int32"),
-    channelRow<float, QxcalcRawFloat, float, false, true>("ChannelGetScaledValuesAtPos_float, Float in place"),
-    channelRow<double, QxcalcRawDouble, float>("ChannelGetScaledValuesAtPos_float, Double"),
-    channelRow<int64_t, QxcalcRawInt64, float>("ChannelGetScaledValuesAtPos_float, Int64"),
-    channelRow<int16_t, QxcalcRawInt16, double>("ChannelGetScaledValuesAtPos_double, Int16"),
-    channelRow<int16_t, QxcalcRawInt16, double, true>("ChannelGetScaledValuesAtPos_double_aligned_output, Int16"),
-    channelRow<float, QxcalcRawFloat, double>("ChannelGetScaledValuesAtPos_double, Float"),
-    channelRow<int64_t, QxcalcRawInt64, double>("ChannelGetScaledValuesAtPos_double, Int64"),
+    channelRow<int16_t, float>("ChannelGetScaledValuesAtPos_float, Int16"),
+    channelRow<int16_t, float, true>("ChannelGetScaledValuesAtPos_float_aligned_output, Int16"),
+    channelRow<int32_t, float>("ChannelGetScaledValuesAtPos_float, Int32"),
+    channelRow<float, float, false, true>("ChannelGetScaledValuesAtPos_float, Float in place"),
+    channelRow<double, float>("ChannelGetScaledValuesAtPos_float, Double"),
+    channelRow<int64_t, float>("ChannelGetScaledValuesAtPos_float, Int64"),
+    channelRow<int16_t, double>("ChannelGetScaledValuesAtPos_double, Int16"),
+    channelRow<int16_t, double, true>("ChannelGetScaledValuesAtPos_double_aligned_output, Int16"),
+    channelRow<float, double>("ChannelGetScaledValuesAtPos_double, Float"),
+    channelRow<int64_t, double>("ChannelGetScaledValuesAtPos_double, Int64"),
 });
 
 }  // namespace

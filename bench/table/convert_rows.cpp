@@ -1,7 +1,7 @@
 // Vector times scalar in place, and int32 <-> int16: a block read and a
 // block written; the rate counts both.
 #include "harness.h"
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 
 #ifdef QXCALC_BENCH_PEERS
 #include <volk/volk.h>
@@ -9,11 +9,6 @@
 
 namespace qxbench {
 namespace {
-
-void multiply(float* x, uint32_t n, float factor) { qxcalcMultiplyVectorByScalar_float(x, n, factor); }
-void multiply(double* x, uint32_t n, double factor) { qxcalcMultiplyVectorByScalar_double(x, n, factor); }
-void convert(const int32_t* from, int16_t* to, uint32_t n) { qxcalcConvertInt32ToInt16(from, to, n); }
-void convert(const int16_t* from, int32_t* to, uint32_t n) { qxcalcConvertInt16ToInt32(from, to, n); }
 
 template <class T>
 __attribute__((noipa)) void plainMultiply(T* x, uint32_t n, T factor)
@@ -35,7 +30,7 @@ Row multiplyRow(const char* job)
                 const Block<T> x = blockOfBytes<T>(bytes);
                 Case c;
                 c.work = 2.0 * static_cast<double>(bytes);
-                c.ours = [=] { multiply(x.data(), x.n, T{1}); };
+                c.ours = [=] { qxcalc::Exports<T>::multiplyVectorByScalar(x.data(), x.n, T{1}); };
                 c.scalar = [=] { plainMultiply(x.data(), x.n, T{1}); };
 #ifdef QXCALC_BENCH_PEERS
                 if constexpr (std::is_same_v<T, float>)
@@ -54,7 +49,7 @@ Row convertRow(const char* job)
                 const Block<To> to = block<To>(from.n);
                 Case c;
                 c.work = static_cast<double>(bytes + from.n * sizeof(To));
-                c.ours = [=] { convert(from.data(), to.data(), from.n); };
+                c.ours = [=] { qxcalc::Exports<From>::convertWidth(from.data(), to.data(), from.n); };
                 c.scalar = [=] { plainConvert(from.data(), to.data(), from.n); };
                 c.input = from.data(), c.inputBytes = bytes, c.writesBlock = true;
                 return c;

@@ -4,7 +4,7 @@
 // over a ring of the row's size in multiply-accumulates per second (one
 // output per run, the ring's oldest position advancing by one each time).
 #include "harness.h"
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 
 #ifdef QXCALC_BENCH_PEERS
 #include <liquid/liquid.h>
@@ -91,10 +91,7 @@ Row iirRow(const char* job, int32_t sections = kSections)
                 cascade->filter.sectionCount = sections;
                 Case c;
                 c.work = x.n;
-                c.ours = eachSample(x, [=](T u) {
-                    if constexpr (std::is_same_v<T, float>) return qxcalcIIRFilter_float(&cascade->filter, u);
-                    else return qxcalcIIRFilter_double(&cascade->filter, u);
-                });
+                c.ours = eachSample(x, [=](T u) { return qxcalc::Exports<T>::iirFilter(&cascade->filter, u); });
                 if (sections == 0) return c;
                 c.scalar = eachSample(x, [history = make64<PlainHistory>()](T u) { return plainIir(*history, u); });
 #ifdef QXCALC_BENCH_PEERS

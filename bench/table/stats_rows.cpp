@@ -1,7 +1,7 @@
 // Block statistics: minimum and maximum, and the same with the sums; the
 // block is read once and nothing is written but the results.
 #include "harness.h"
-#include "qxcalc.h"
+#include "qxcalc.hpp"
 
 #ifdef QXCALC_BENCH_PEERS
 #include <volk/volk.h>
@@ -9,28 +9,6 @@
 
 namespace qxbench {
 namespace {
-
-void getMinMax(const int16_t* x, uint32_t n, int16_t* lo, int16_t* hi) { qxcalcGetMinMax_int16_t(x, n, lo, hi); }
-void getMinMax(const int32_t* x, uint32_t n, int32_t* lo, int32_t* hi) { qxcalcGetMinMax_int32_t(x, n, lo, hi); }
-void getMinMax(const float* x, uint32_t n, float* lo, float* hi) { qxcalcGetMinMax_float(x, n, lo, hi); }
-void getMinMax(const double* x, uint32_t n, double* lo, double* hi) { qxcalcGetMinMax_double(x, n, lo, hi); }
-
-void getStats(const int16_t* x, uint32_t n, int16_t* lo, int16_t* hi, double* s, double* q, double offset)
-{
-    qxcalcGetMinMaxAveRMS_int16_t(x, n, lo, hi, s, q, static_cast<float>(offset));
-}
-void getStats(const int32_t* x, uint32_t n, int32_t* lo, int32_t* hi, double* s, double* q, double offset)
-{
-    qxcalcGetMinMaxAveRMS_int32_t(x, n, lo, hi, s, q, offset);
-}
-void getStats(const float* x, uint32_t n, float* lo, float* hi, double* s, double* q, double offset)
-{
-    qxcalcGetMinMaxAveRMS_float(x, n, lo, hi, s, q, static_cast<float>(offset));
-}
-void getStats(const double* x, uint32_t n, double* lo, double* hi, double* s, double* q, double offset)
-{
-    qxcalcGetMinMaxAveRMS_double(x, n, lo, hi, s, q, offset);
-}
 
 // The plain loops: one running minimum, maximum and pair of double sums.
 template <class T>
@@ -102,7 +80,7 @@ Row minMaxRow(const char* job)
                 c.work = static_cast<double>(bytes);
                 c.ours = [=] {
                     T lo, hi;
-                    getMinMax(x.data(), x.n, &lo, &hi);
+                    qxcalc::Exports<T>::getMinMax(x.data(), x.n, &lo, &hi);
                     keep(lo + hi);
                 };
                 c.scalar = [=] {
@@ -127,11 +105,11 @@ Row statsRow(const char* job)
                     return [=] {
                         T lo, hi;
                         double sum = 0, squares = 0;
-                        stats(x.data(), x.n, &lo, &hi, &sum, &squares, 0.0);
+                        stats(x.data(), x.n, &lo, &hi, &sum, &squares, qxcalc::StatisticsOffset<T>{0});
                         keep(sum + squares);
                     };
                 };
-                c.ours = timed([](auto... a) { getStats(a...); });
+                c.ours = timed([](auto... a) { qxcalc::Exports<T>::getMinMaxAveRMS(a...); });
                 c.scalar = timed([](auto... a) { plainStats(a...); });
                 if constexpr (std::is_same_v<T, float>) c.peers = floatPeers(x, true);
                 c.input = x.data(), c.inputBytes = bytes;
