@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <random>
 
 #include "qxcalc.hpp"
@@ -161,15 +160,6 @@ TEST(StatsInt16, SquaresGrowingPastExactnessInsideOneCallMatchTheModel)
         EXPECT_EQ(bitsOf(got.squares), bitsOf(want.squares)) << offset;
         EXPECT_EQ(bitsOf(moved.squares), bitsOf(want.squares)) << offset;
         EXPECT_TRUE(std::equal(out.begin(), out.end(), v.begin() + 1)) << offset;
-    }
-}
-
-TEST(GetVersion, ReportsOnePointFortyFourAndComparesLevelWithNine)
-{
-    for (const auto& [level, above] : {std::pair{9, 0}, {10, 1}, {-1, 0}, {std::numeric_limits<int32_t>::min(), 0}}) {
-        int32_t major = -1, minor = -1, levelAboveNine = -1;
-        qxcalcGetVersion(&major, &minor, level, &levelAboveNine);
-        EXPECT_TRUE(major == 1 && minor == 44 && levelAboveNine == above) << level;
     }
 }
 

@@ -1,4 +1,4 @@
-// The channel-scaling rule for one sample, shared by the suite and the fuzzer.
+// The channel-scaling rule for one sample.
 #pragma once
 
 #include <type_traits>
