@@ -1,4 +1,4 @@
-// Cycle analysis: every export swept against the scalar models, and what random data never meets.
+// Cycle analysis against the scalar models (filters and axes through the C++ layer); what random data never meets.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -53,10 +53,10 @@ TEST(CAPositions, BothAxesMatchTheModelForEveryCountStartAndFence)
             sweep({std::string(log ? "CAPV_log" : "CAPV_lin") + " up to " + std::to_string(a.hi),
                    {input, block<int32_t>("output", Role::Out)},
                    [=](const Blocks& b, uint32_t n) {
-                       const float* in = b.at<float>(0);
-                       int32_t* out = b.at<int32_t>(1);
-                       if (log) qxcalcCAPV_log(in, n, out, a.lo, a.hi, a.logScale, a.offset, a.reference);
-                       else qxcalcCAPV_lin(in, n, out, a.lo, a.hi, a.scale, a.offset);
+                       const std::span<const float> in(b.at<float>(0), n);
+                       const std::span<int32_t> out(b.at<int32_t>(1), n);
+                       if (log) qxcalc::caPVLog(in, out, a.lo, a.hi, a.logScale, a.offset, a.reference);
+                       else qxcalc::caPVLin(in, out, a.lo, a.hi, a.scale, a.offset);
                    },
                    [=](const Blocks& b, uint32_t n) {
                        modelAxis(b.at<float>(0), n, b.at<int32_t>(1), a.lo, a.hi, position);
@@ -70,14 +70,14 @@ TEST(CAFilter, MatchesTheModelForEveryTypeCountStrideStartAndFence)
 {
     const auto sweepFilter = [](auto sample) {
         using T = decltype(sample);
-        const auto filter = qxcalc::Exports<T>::caCalcFilter;
         for (const uint32_t stride : {1u, 3u}) {
             const auto taps = [=](uint32_t n) { return n ? std::size_t{(n - 1) * stride + 1} : 0; };
             sweep({"CACalcFilter, " + std::to_string(sizeof(T)) + "-byte samples, stride " + std::to_string(stride),
                    {block<T>("samples", Role::In), scalar<float>("result", Role::Out, 77.0f),
                     block<float>("coefficients", Role::In, 4, taps)},
                    [=](const Blocks& b, uint32_t n) {
-                       *b.at<float>(1) = filter(b.at<T>(0) + n - 1, n, b.at<float>(2), stride);
+                       const std::span<const T> samples(b.at<T>(0), n);
+                       *b.at<float>(1) = qxcalc::caCalcFilter(samples, {b.at<float>(2), taps(n)}, stride);
                    },
                    [=](const Blocks& b, uint32_t n) {
                        *b.at<float>(1) = modelFilter(b.at<T>(0), n, b.at<float>(2), stride);
@@ -98,11 +98,11 @@ TEST(CAAverage, BothFormsMatchTheirModelsAcrossTheHandOff)
 {
     for (const uint16_t window : {0, 1, 2, 4, 11, 40})
         for (const bool vectorForm : {true, false}) {
-            const auto average = vectorForm ? qxcalcCACalcAveFilter_double : qxcalcCACalcAveFilter_double_scalar;
+            const auto average = vectorForm ? qxcalc::caCalcAveFilter : qxcalc::caCalcAveFilterScalar;
             sweep({"CACalcAveFilter_double" + std::string(vectorForm ? "" : "_scalar") + " window " +
                        std::to_string(window),
                    {block<double>("input", Role::In), block<double>("output", Role::Out)},
-                   [=](const Blocks& b, uint32_t n) { average(b.at<double>(0), b.at<double>(1), window, n); },
+                   [=](const Blocks& b, uint32_t n) { average({b.at<double>(0), n}, {b.at<double>(1), n}, window); },
                    [=](const Blocks& b, uint32_t n) {
                        modelAverage(b.at<double>(0), b.at<double>(1), window, n, vectorForm);
                    },
