@@ -86,7 +86,10 @@ struct FilterLanes {
     std::ptrdiff_t stride;
     const float* coefficient;
 
-    QX_INLINE void addProducts(__m128 x) { sum = simd::addInOrder(sum, simd::mulInOrder(x, nextCoefficients<Contiguous>(coefficient, stride))); }
+    QX_INLINE void addProducts(__m128 x)
+    {
+        sum = simd::addInOrder(sum, simd::mulInOrder(x, nextCoefficients<Contiguous>(coefficient, stride)));
+    }
     // The aligned block at p.
     QX_INLINE void add(const T* p)
     {

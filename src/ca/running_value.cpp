@@ -78,5 +78,6 @@ extern "C" void QXCALC_CALL qxCalcCARunningVal(const float* cycleValues, const f
                                                float* meanValues, uint32_t first, uint32_t last, uint64_t cycleCount,
                                                uint32_t windowCycles)
 {
-    qx::ca::foldRunning({cycleValues, leavingValues, sumValues, meanValues}, last - first + 1, cycleCount, windowCycles);
+    qx::ca::foldRunning({cycleValues, leavingValues, sumValues, meanValues}, last - first + 1, cycleCount,
+                        windowCycles);
 }

@@ -70,7 +70,10 @@ struct ScalingLanes {
     using Vec = typename simd::Lanes<W>::Vec;
     Vec scale, offset;
 
-    explicit ScalingLanes(Scaling<W> k) : scale(simd::Lanes<W>::broadcast(k.scale)), offset(simd::Lanes<W>::broadcast(k.offset)) {}
+    explicit ScalingLanes(Scaling<W> k)
+        : scale(simd::Lanes<W>::broadcast(k.scale)), offset(simd::Lanes<W>::broadcast(k.offset))
+    {
+    }
     QX_INLINE Vec apply(Vec x) const { return simd::addInOrder(simd::mulInOrder(x, scale), offset); }
 };
 

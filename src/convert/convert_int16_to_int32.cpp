@@ -27,7 +27,9 @@ void convertInt16ToInt32(const int16_t* source, int32_t* destination, uint32_t c
 
     simd::walkPeelStepsRest<8, 16, kStep>(
         destination, count, [&](uint32_t i, uint32_t n) { widenOneByOne(source + i, destination + i, n); },
-        [&](std::size_t i) { _mm_store_si128(reinterpret_cast<__m128i*>(destination + i), simd::int32x4From(source + i)); });
+        [&](std::size_t i) {
+            _mm_store_si128(reinterpret_cast<__m128i*>(destination + i), simd::int32x4From(source + i));
+        });
 }
 
 }  // namespace

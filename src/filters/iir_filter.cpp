@@ -44,10 +44,16 @@ QX_INLINE __m128d shiftAndWeigh(IIRBlock& to, const IIRBlock& from)
     return mulInOrder(simd::loadAlignedDouble2(&to.b), xy);
 }
 
-QX_INLINE double firstMinusSecond(__m128d pair) { return _mm_cvtsd_f64(pair) - _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair)); }
+QX_INLINE double firstMinusSecond(__m128d pair)
+{
+    return _mm_cvtsd_f64(pair) - _mm_cvtsd_f64(_mm_unpackhi_pd(pair, pair));
+}
 
 // Outputs beyond the limit are held at it; NaN passes (the comparisons fail).
-QX_INLINE double limitKeepingNaN(double y) { return y > kOutputLimit ? kOutputLimit : (-kOutputLimit > y ? -kOutputLimit : y); }
+QX_INLINE double limitKeepingNaN(double y)
+{
+    return y > kOutputLimit ? kOutputLimit : (-kOutputLimit > y ? -kOutputLimit : y);
+}
 
 // Outputs beyond the limit are held at it; NaN fails the first test and
 // becomes the upper limit.
@@ -109,7 +115,8 @@ QX_INLINE double filterThroughSections(const IIRFilter& filter, int32_t sectionC
     }
     const double* gains = filter.gains;
     IIRBlock* blocks = filter.sections;
-    for (int32_t s = 0; s < sectionCount; ++s, blocks += kSecondOrderBlockCount) u = secondOrderSection(blocks, u, gains[s]);
+    for (int32_t s = 0; s < sectionCount; ++s, blocks += kSecondOrderBlockCount)
+        u = secondOrderSection(blocks, u, gains[s]);
     return u;
 }
 

@@ -65,7 +65,10 @@ double along(double value, double start, double end, double whenEmpty)
 double limited(double u) { return u <= kPositionLimit ? std::max(u, -kPositionLimit) : kPositionLimit; }
 
 // (span * t + 0.5) truncated toward zero to int32 (out of range: INT32_MIN).
-int32_t truncatedHalfUp(int32_t span, double t) { return _mm_cvttsd_si32(_mm_set_sd(static_cast<double>(span) * t + 0.5)); }
+int32_t truncatedHalfUp(int32_t span, double t)
+{
+    return _mm_cvttsd_si32(_mm_set_sd(static_cast<double>(span) * t + 0.5));
+}
 
 int32_t limitedPixel(uint32_t wrapped) { return std::clamp(static_cast<int32_t>(wrapped), kPixelLow, kPixelHigh); }
 
@@ -107,8 +110,10 @@ void mapOnePoint(const GraphMapping& m)
                                                          : *static_cast<const double*>(m.ySamples);
     const double u = uOfOnePoint(m, xOfOnePoint(m));
     const double v = vOfOnePoint(m, sample * m.yScale + m.yOffset);
-    *m.xPixelsOut = limitedPixel(static_cast<uint32_t>(truncatedHalfUp(m.right - m.left, u)) + static_cast<uint32_t>(m.left));
-    *m.yPixelsOut = limitedPixel(static_cast<uint32_t>(m.bottom) - static_cast<uint32_t>(truncatedHalfUp(m.bottom - m.top, v)));
+    *m.xPixelsOut =
+        limitedPixel(static_cast<uint32_t>(truncatedHalfUp(m.right - m.left, u)) + static_cast<uint32_t>(m.left));
+    *m.yPixelsOut =
+        limitedPixel(static_cast<uint32_t>(m.bottom) - static_cast<uint32_t>(truncatedHalfUp(m.bottom - m.top, v)));
     *m.pointCountOut = 1;
 }
 

@@ -36,8 +36,10 @@ QX_INLINE __m128i int32x4From(const T* p)
 {
     if constexpr (std::is_same_v<T, uint8_t>) return _mm_cvtepu8_epi32(_mm_loadu_si32(p));
     else if constexpr (std::is_same_v<T, int8_t>) return _mm_cvtepi8_epi32(_mm_loadu_si32(p));
-    else if constexpr (std::is_same_v<T, uint16_t>) return _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
-    else if constexpr (std::is_same_v<T, int16_t>) return _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+    else if constexpr (std::is_same_v<T, uint16_t>)
+        return _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
+    else if constexpr (std::is_same_v<T, int16_t>)
+        return _mm_cvtepi16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)));
     else return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
 }
 
@@ -130,8 +132,9 @@ QX_INLINE __m256 floatOctFromAnyInt64(const int64_t* p)
 QX_INLINE __m256d biasedInt64Quad(const int64_t* p)
 {
     const __m128i bias = _mm_castpd_si128(_mm_set1_pd(0x1.8p52));
-    return _mm256_castsi256_pd(joinHalves(_mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), bias),
-                                          _mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2)), bias)));
+    return _mm256_castsi256_pd(
+        joinHalves(_mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), bias),
+                   _mm_add_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 2)), bias)));
 }
 
 QX_INLINE __m256d int64ExponentChange(__m256d biased)
@@ -149,8 +152,14 @@ QX_INLINE bool int64InRange(__m256d exponentChanges)
 // gives -0 for a zero sample, made +0 by the caller.
 QX_INLINE __m256d int64Unbiased(__m256d biased) { return _mm256_sub_pd(biased, _mm256_set1_pd(0x1.8p52)); }
 
-QX_INLINE __m256 positiveZeros(__m256 v) { return _mm256_and_ps(v, _mm256_cmp_ps(v, _mm256_setzero_ps(), _CMP_NEQ_UQ)); }
-QX_INLINE __m256d positiveZeros(__m256d v) { return _mm256_and_pd(v, _mm256_cmp_pd(v, _mm256_setzero_pd(), _CMP_NEQ_UQ)); }
+QX_INLINE __m256 positiveZeros(__m256 v)
+{
+    return _mm256_and_ps(v, _mm256_cmp_ps(v, _mm256_setzero_ps(), _CMP_NEQ_UQ));
+}
+QX_INLINE __m256d positiveZeros(__m256d v)
+{
+    return _mm256_and_pd(v, _mm256_cmp_pd(v, _mm256_setzero_pd(), _CMP_NEQ_UQ));
+}
 
 // Samples 0-3 as doubles, exactly (int64: rounded once).
 template <class T>
@@ -204,8 +213,10 @@ QX_INLINE Work fromInt64(int64_t x)
 #else
     const int32_t high = static_cast<int32_t>(x >> 32);
     uint32_t low = static_cast<uint32_t>(x);
-    if (std::is_same_v<Work, float> && high >> 21 != high >> 31) low = (low & ~0x7FFu) | (((low & 0x7FF) + 0x7FF) & 0x800);
-    const double lowPart = static_cast<double>(static_cast<int32_t>(low)) + (static_cast<int32_t>(low) < 0 ? 4294967296.0 : 0.0);
+    if (std::is_same_v<Work, float> && high >> 21 != high >> 31)
+        low = (low & ~0x7FFu) | (((low & 0x7FF) + 0x7FF) & 0x800);
+    const double lowPart =
+        static_cast<double>(static_cast<int32_t>(low)) + (static_cast<int32_t>(low) < 0 ? 4294967296.0 : 0.0);
     return static_cast<Work>(static_cast<double>(high) * 4294967296.0 + lowPart);
 #endif
 }

@@ -130,14 +130,16 @@ inline __m128i int32FromDouble4(__m256d v)
 {
     const float64x2_t low = simde__m128d_to_neon_f64(_mm256_castpd256_pd128(v));
     const float64x2_t high = simde__m128d_to_neon_f64(_mm256_extractf128_pd(v, 1));
-    return simde__m128i_from_neon_i32(vcombine_s32(int32FromIntegral(vrndiq_f64(low)), int32FromIntegral(vrndiq_f64(high))));
+    return simde__m128i_from_neon_i32(
+        vcombine_s32(int32FromIntegral(vrndiq_f64(low)), int32FromIntegral(vrndiq_f64(high))));
 }
 
 inline __m128i int32FromDouble4Truncated(__m256d v)
 {
     const float64x2_t low = simde__m128d_to_neon_f64(_mm256_castpd256_pd128(v));
     const float64x2_t high = simde__m128d_to_neon_f64(_mm256_extractf128_pd(v, 1));
-    return simde__m128i_from_neon_i32(vcombine_s32(int32FromIntegral(vrndq_f64(low)), int32FromIntegral(vrndq_f64(high))));
+    return simde__m128i_from_neon_i32(
+        vcombine_s32(int32FromIntegral(vrndq_f64(low)), int32FromIntegral(vrndq_f64(high))));
 }
 
 template <bool max>

@@ -31,7 +31,10 @@ QX_INLINE __m256d selectWhere(__m256d mask, __m256d ifClear, __m256d ifSet)
 // Without AVX the blend is SIMDe's: every lane of a comparison mask is all
 // ones or all zeros, and SIMDe selects by each lane's sign bit as the
 // instruction does.
-QX_INLINE __m256 selectWhere(__m256 mask, __m256 ifClear, __m256 ifSet) { return _mm256_blendv_ps(ifClear, ifSet, mask); }
+QX_INLINE __m256 selectWhere(__m256 mask, __m256 ifClear, __m256 ifSet)
+{
+    return _mm256_blendv_ps(ifClear, ifSet, mask);
+}
 
 QX_INLINE __m256d selectWhere(__m256d mask, __m256d ifClear, __m256d ifSet)
 {

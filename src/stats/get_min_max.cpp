@@ -33,7 +33,8 @@ void minMaxInOrder(const T* samples, uint32_t count, T* minValue, T* maxValue)
     using L = simd::Lanes<T>;
     auto acc = MinMaxVectors<T>::seededWith(L::loadu(samples));
     const auto body = simd::alignedBody<L::alignment, L::width>(samples, count);
-    simd::forEachInOrder<8>(body.vectors, [&](std::size_t k) { acc.fold(L::loadAssumedAligned(body.first + k * L::width)); });
+    simd::forEachInOrder<8>(body.vectors,
+                            [&](std::size_t k) { acc.fold(L::loadAssumedAligned(body.first + k * L::width)); });
     acc.fold(L::loadu(samples + count - L::width));
     acc.store(minValue, maxValue);
 }
