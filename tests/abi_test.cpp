@@ -1,7 +1,7 @@
 // What every export promises its caller beyond its results: it leaves the floating-point controls (rounding,
 // exception masks, flush-to-zero, denormals-are-zero; on x86 also the x87 control word) as the caller set them,
-// under any such settings; and on i386, called through a plain stack of 32-bit words misaligned by 0, 4, 8 and 12
-// bytes, it pops exactly its argument bytes.
+// under any such settings; input it refuses writes nothing; and on i386, called through a plain stack of 32-bit
+// words misaligned by 0, 4, 8 and 12 bytes, it pops exactly its argument bytes.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -94,6 +94,24 @@ TEST(FloatingPointEnvironment, EveryExportKeepsTheCallersControlSettings)
                                                  << "sticky flags, rounding " << mode << ", flush " << flush
                                                  << ", unmasked " << unmasked;
                 }
+}
+
+// Fewer than one IIR section passes the sample through; a cursor search over no rows, or rows of no pixels, reads
+// no pixel and keeps its outputs.
+TEST(RefusedInput, ReadsAndWritesNothing)
+{
+    for (const int32_t sections : {0, -1, INT32_MIN}) {
+        IIRFilter f{3, sections, 2, 0, nullptr, nullptr};
+        EXPECT_TRUE(qxcalcIIRFilter_float(&f, 1.5f) == 1.5f && qxcalcIIRFilter_double(&f, -2.5) == -2.5) << sections;
+    }
+    const uint32_t pixel = 1;
+    uint32_t colour = 7;
+    int32_t x = 8;
+    int32_t y = 9;
+    for (const auto& [width, height] : {std::pair{4, 0}, {4, -1}, {4, INT32_MIN}, {-1, 2}, {-4, 2}, {INT32_MIN, 2}}) {
+        qxcalcFindCursorXY(height > 0 ? &pixel : nullptr, 0, width, height, 0, 0, &colour, &x, &y, 0);
+        EXPECT_TRUE(colour == 7 && x == 8 && y == 9) << width << " x " << height;
+    }
 }
 
 #if QXCALC_TEST_STDCALL_ABI
