@@ -54,7 +54,8 @@ void sweepChannel(bool aligned, bool inPlace, Out scale = Out(0.37), Out offset 
                              (scale != scale ? ", NaN scale" : "");
     sweep({name, blocks,
            on([=](const Raw* raw, Out* out, uint32_t n) {
-               scaleChannel<Out>(raw, out, int32_t(n), scale, offset, code, aligned);
+               const auto alignment = aligned ? qxcalc::OutputAlignment::aligned32 : qxcalc::OutputAlignment::any;
+               qxcalc::channelGetScaledValuesAtPos(std::span(raw, n), std::span(out, n), scale, offset, alignment);
            }),
            on([=](const Raw* raw, Out* out, uint32_t n) {
                for (uint32_t i = 0; i < n; ++i) out[i] = scaledValue(raw[i], scale, offset);
@@ -106,7 +107,7 @@ TEST(VectorArithmetic, ScalingWrappingAndSignExtensionForEveryCountStartFenceAnd
     const auto scaleBy = [](auto factor) {
         using T = decltype(factor);
         sweep({"multiply by " + std::to_string(factor), {block<T>("samples", Role::InOut)},
-               [=](const Blocks& b, uint32_t n) { Exports<T>::multiplyVectorByScalar(b.at<T>(0), n, factor); },
+               [=](const Blocks& b, uint32_t n) { qxcalc::multiplyVectorByScalar({b.at<T>(0), n}, factor); },
                [=](const Blocks& b, uint32_t n) {
                    for (uint32_t i = 0; i < n; ++i) b.at<T>(0)[i] = mulX86(factor, b.at<T>(0)[i]);
                },
@@ -117,16 +118,16 @@ TEST(VectorArithmetic, ScalingWrappingAndSignExtensionForEveryCountStartFenceAnd
         scaleBy(double{factor});
     }
     // Narrowing keeps the low 16 bits.
-    const auto width = [](auto from, auto to) {
+    const auto width = [](auto convert, auto from, auto to) {
         using From = decltype(from);
         using To = decltype(to);
         sweep({std::to_string(sizeof(From)) + " to " + std::to_string(sizeof(To)) + " bytes",
                {block<From>("source", Role::In), block<To>("destination", Role::Out)},
-               [=](const Blocks& b, uint32_t n) { Exports<From>::convertWidth(b.at<From>(0), b.at<To>(1), n); },
+               [=](const Blocks& b, uint32_t n) { convert({b.at<From>(0), n}, {b.at<To>(1), n}); },
                [](const Blocks& b, uint32_t n) { std::copy_n(b.at<From>(0), n, b.at<To>(1)); }, kCounts});
     };
-    width(int32_t{}, int16_t{});
-    width(int16_t{}, int32_t{});
+    width(qxcalc::convertInt32ToInt16, int32_t{}, int16_t{});
+    width(qxcalc::convertInt16ToInt32, int16_t{}, int32_t{});
 }
 
 }  // namespace

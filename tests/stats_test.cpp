@@ -100,7 +100,7 @@ TYPED_TEST(StatsTest, MinMaxAveRmsMatchesTheModelForEveryCountStartAndFence)
         sweep({"GetMinMaxAveRMS offset " + std::to_string(offset) + (zeros ? ", zeros" : ""),
                withState<T>({samples}, zeros),
                onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
-                   Exports<T>::getMinMaxAveRMS(b.at<T>(0), n, &s.lo, &s.hi, &s.sum, &s.squares, offset);
+                   qxcalc::getMinMaxAveRMS<T>({b.at<T>(0), n}, s.lo, s.hi, s.sum, s.squares, offset);
                }),
                onState<T>(1, [=](const Blocks& b, uint32_t n, auto& s) {
                    modelMinMaxAveRms(b.at<T>(0), n, offset, s);
